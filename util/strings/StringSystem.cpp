@@ -1,0 +1,134 @@
+#include "util/strings/StringSystem.h"
+
+#include <cwctype>
+
+namespace kw {
+
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+void AppendUtf8(std::string& out, char32_t cp)
+{
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+void AppendWide(std::wstring& out, char32_t cp)
+{
+    if constexpr (sizeof(wchar_t) == 2) {
+        if (cp >= 0x10000) {
+            cp -= 0x10000;
+            out += static_cast<wchar_t>(0xD800 + (cp >> 10));
+            out += static_cast<wchar_t>(0xDC00 + (cp & 0x3FF));
+            return;
+        }
+    }
+    out += static_cast<wchar_t>(cp);
+}
+
+bool IsSurrogate(char32_t cp) { return cp >= 0xD800 && cp <= 0xDFFF; }
+
+} // namespace
+
+std::string ToUtf8(std::wstring_view text)
+{
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        auto cp = static_cast<char32_t>(text[i]);
+        if constexpr (sizeof(wchar_t) == 2) {
+            if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < text.size()) {
+                const auto low = static_cast<char32_t>(text[i + 1]);
+                if (low >= 0xDC00 && low <= 0xDFFF) {
+                    cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
+                    ++i;
+                }
+            }
+        }
+        if (IsSurrogate(cp) || cp > 0x10FFFF)
+            cp = kReplacement;
+        AppendUtf8(out, cp);
+    }
+    return out;
+}
+
+std::wstring FromUtf8(std::string_view text)
+{
+    static constexpr char32_t kMinimum[] = {0, 0x80, 0x800, 0x10000};
+    std::wstring out;
+    out.reserve(text.size());
+    size_t i = 0;
+    while (i < text.size()) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        const int extra = lead < 0x80 ? 0
+            : (lead & 0xE0) == 0xC0   ? 1
+            : (lead & 0xF0) == 0xE0   ? 2
+            : (lead & 0xF8) == 0xF0   ? 3
+                                      : -1;
+        if (extra < 0) {
+            AppendWide(out, kReplacement);
+            ++i;
+            continue;
+        }
+        char32_t cp = extra == 0 ? lead : lead & (0x3Fu >> extra);
+        int taken = 0;
+        while (taken < extra && i + 1 + static_cast<size_t>(taken) < text.size()) {
+            const auto next = static_cast<unsigned char>(text[i + 1 + static_cast<size_t>(taken)]);
+            if ((next & 0xC0) != 0x80)
+                break;
+            cp = (cp << 6) | (next & 0x3F);
+            ++taken;
+        }
+        if (taken < extra || cp < kMinimum[extra] || cp > 0x10FFFF || IsSurrogate(cp))
+            cp = kReplacement;
+        AppendWide(out, cp);
+        i += 1 + static_cast<size_t>(taken);
+    }
+    return out;
+}
+
+bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b)
+{
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (std::towupper(static_cast<wint_t>(a[i])) != std::towupper(static_cast<wint_t>(b[i])))
+            return false;
+    }
+    return true;
+}
+
+std::wstring_view TrimBlanks(std::wstring_view text)
+{
+    const size_t first = text.find_first_not_of(L' ');
+    if (first == std::wstring_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(L' ') - first + 1);
+}
+
+std::wstring ToHex(std::uint32_t value)
+{
+    static constexpr wchar_t kDigits[] = L"0123456789abcdef";
+    std::wstring out;
+    do {
+        out.insert(out.begin(), kDigits[value & 0xF]);
+        value >>= 4;
+    } while (value != 0);
+    return out;
+}
+
+} // namespace kw

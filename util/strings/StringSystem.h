@@ -1,0 +1,26 @@
+#pragma once
+// Text helpers shared by every subsystem. All text is wide; UTF-8 exists only at the edges
+// (console, files, the installer library on POSIX), and these are the only conversions.
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace kw {
+
+// Encodes wide text as UTF-8. On Windows wchar_t holds UTF-16 (surrogate pairs are joined);
+// on POSIX it holds whole code points. Unpaired surrogates become U+FFFD.
+std::string ToUtf8(std::wstring_view text);
+
+// Decodes UTF-8 into wide text; every invalid or truncated sequence becomes one U+FFFD.
+std::wstring FromUtf8(std::string_view text);
+
+// Compares two texts ignoring case, as option and file names are compared.
+bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b);
+
+// The text without the blanks at either end.
+std::wstring_view TrimBlanks(std::wstring_view text);
+
+// Lower-case hexadecimal text of a code, without prefix or padding, for messages.
+std::wstring ToHex(std::uint32_t value);
+
+} // namespace kw
