@@ -1,0 +1,65 @@
+#include "core/ExceptionPresenter.h"
+
+#include "core/ErrorDialog.h"
+#include "os/Console.h"
+#include "os/ResourceText.h"
+#include "util/strings/StringSystem.h"
+
+namespace kw {
+
+namespace {
+// The general text shown for a crash, whose details follow.
+constexpr unsigned kCrashMessageId = 65001;
+} // namespace
+
+ExceptionPresenter& ExceptionPresenter::Instance()
+{
+    static ExceptionPresenter presenter;
+    return presenter;
+}
+
+void ExceptionPresenter::Present(WindowHandle parent, const IException& exception)
+{
+    const std::wstring& message = exception.Message();
+    std::wstring shortText = exception.GetType() == kExceptionSeh ? LoadText(kCrashMessageId)
+                                                                  : message.substr(0, message.find(kStackTraceHeader));
+    Show(parent, shortText, message, exception.GetTypeName(), exception.File());
+}
+
+void ExceptionPresenter::Present(WindowHandle parent, const std::exception& exception)
+{
+    const std::wstring message = FromUtf8(exception.what());
+    Show(parent, message, message, ExceptionTypeName(kExceptionStd), L"..\\core\\ExceptionPresenter.cpp");
+}
+
+void ExceptionPresenter::Show(WindowHandle parent, const std::wstring& shortText, const std::wstring& fullText,
+    const std::wstring& typeName, const std::wstring& file)
+{
+    IReportSink* sink = sink_.load();
+    std::call_once(sinkTextsFetched_, [&] {
+        if (sink != nullptr) {
+            note_ = sink->GetText(true);
+            title_ = sink->GetText(false);
+        }
+    });
+
+    std::wstring text = fullText;
+    const size_t trace = text.find(kStackTraceHeader);
+    if (!note_.empty() && trace != std::wstring::npos)
+        text.insert(trace, L"\r\n" + note_);
+
+    if (consoleMode_) {
+        ScopedConsoleColour colour(ConsoleColour::BrightRed);
+        ConsoleWriter::Get().WriteLine(text);
+    } else {
+        WindowHandle owner = IsLiveWindow(parent) ? parent : IsLiveWindow(mainWindow_) ? mainWindow_.load() : nullptr;
+        if (sink != nullptr)
+            sink->ShouldShowDialog(); // the dialog is shown whatever it answers
+        ShowErrorDialog(owner, title_.empty() ? L"Error" : title_, shortText, text);
+    }
+
+    if (sink != nullptr)
+        sink->Report(text, typeName, file);
+}
+
+} // namespace kw
