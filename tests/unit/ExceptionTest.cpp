@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include "core/Exception.h"
+#include "os/ResourceText.h"
+#include "os/SystemError.h"
+
+namespace kw {
+namespace {
+
+TEST(ExceptionTypes, TableKeepsItsOrderAndNamesUnknownIndexes)
+{
+    const std::vector<std::wstring> names = {L"EXCEPTION_STD", L"EXCEPTION_UNHANDLED", L"EXCEPTION_GENERIC",
+        L"EXCEPTION_WIN32", L"EXCEPTION_CMD", L"EXCEPTION_XML_PARSE", L"EXCEPTION_SEH"};
+    for (int type = 0; type < 7; ++type)
+        EXPECT_EQ(ExceptionTypeName(type), names[static_cast<size_t>(type)]);
+    EXPECT_EQ(ExceptionTypeName(7), L"Exception ???");
+    EXPECT_EQ(ExceptionTypeName(-1), L"Exception ???");
+}
+
+TEST(Exceptions, ThrowSiteNamesItsSourceFileRelativeToTheSourceTree)
+{
+    const int line = __LINE__ + 1;
+    const Exception e(KW_HERE, L"message");
+    EXPECT_EQ(e.File(), L"..\\tests\\unit\\ExceptionTest.cpp");
+    EXPECT_EQ(e.Line(), line);
+    EXPECT_EQ(e.Code(), 0xE0010064u);
+    EXPECT_EQ(SourceModule("/abs/path.cpp"), L"\\abs\\path.cpp");
+}
+
+TEST(Exceptions, EveryKindKeepsItsTypeWhenRethrownOrCloned)
+{
+    const Exception generic(L"g.cpp", 1, L"generic");
+    const WindowsException windows(L"w.cpp", 2, 5u);
+    const SehException seh(L"[SEH_AV_WRITE_BADPTR] fault", L"s.cpp", 3, kSehWriteBad);
+
+    EXPECT_EQ(generic.GetTypeName(), L"EXCEPTION_GENERIC");
+    EXPECT_EQ(windows.GetTypeName(), L"EXCEPTION_WIN32");
+    EXPECT_EQ(seh.GetTypeName(), L"SEH_AV_WRITE_BADPTR");
+    EXPECT_EQ(SehException(L"m", L"f", 0, 42).GetTypeName(), L"SEH_GENERIC");
+    EXPECT_EQ(seh.Code(), 0xE0010064u);
+
+    const std::vector<const IException*> all = {&generic, &windows, &seh};
+    for (const IException* original : all) {
+        const std::unique_ptr<IException> clone = original->Clone(true);
+        EXPECT_EQ(clone->GetType(), original->GetType());
+        EXPECT_EQ(clone->Message(), original->Message());
+        EXPECT_EQ(clone->Code(), original->Code());
+        EXPECT_EQ(clone->File(), original->File());
+        EXPECT_EQ(clone->Line(), original->Line());
+    }
+    EXPECT_THROW(static_cast<const IException&>(windows).Rethrow(), WindowsException);
+    EXPECT_THROW(static_cast<const IException&>(seh).Rethrow(), SehException);
+    try {
+        static_cast<const IException&>(generic).Rethrow();
+    } catch (const WindowsException&) {
+        FAIL() << "a generic exception came back as a Windows one";
+    } catch (const Exception& e) {
+        EXPECT_EQ(e.Message(), L"generic");
+    }
+}
+
+TEST(WindowsErrors, MessageQuotesTheSystemTextAfterTheCodeInSignedDecimal)
+{
+    const WindowsException denied(L"f", 1, 5u);
+    EXPECT_EQ(denied.Code(), 5u);
+    EXPECT_EQ(denied.Message(), L"Win32 Error [5]: \"" + SystemMessageText(5).value() + L"\"");
+
+    const WindowsException unspecified(L"f", 1, 0x80004005u);
+    EXPECT_EQ(unspecified.Code(), 0x80004005u);
+    EXPECT_EQ(unspecified.Message(), L"Win32 Error [-2147467259]: \"" + SystemMessageText(0x80004005u).value() + L"\"");
+
+    const WindowsException unknown(L"f", 1, 0x20001234u);
+    EXPECT_EQ(unknown.Message(),
+        L"Win32 Error [536875572]: \"Failed to get Windows error message [win32 error 0x20001234].\"");
+
+    SetLastSystemError(2);
+    const WindowsException last(KW_HERE);
+    EXPECT_EQ(last.Code(), 2u);
+    EXPECT_EQ(last.Message(), L"Win32 Error [2]: \"" + SystemMessageText(2).value() + L"\"");
+}
+
+TEST(ComErrors, DescriptionIsShownElseTheWin32Form)
+{
+    const WindowsException described(L"f", 1, ComError{static_cast<std::int32_t>(0x80004005u), L"The disk is full"});
+    EXPECT_EQ(described.Code(), 0x80004005u);
+    EXPECT_EQ(described.Message(), L"Win32 COM Error [-2147467259]: { The disk is full }");
+
+    const WindowsException plain(L"f", 1, ComError{static_cast<std::int32_t>(0x80004005u), L""});
+    EXPECT_EQ(plain.Code(), 0x80004005u);
+    EXPECT_EQ(plain.Message(), WindowsException(L"f", 1, 0x80004005u).Message());
+    EXPECT_EQ(plain.GetType(), kExceptionWin32);
+}
+
+TEST(NumberedMessages, TemplateComesFromTheResourceLibraryWithItsInserts)
+{
+    const Exception e(KW_HERE, 2137u, L"C:\\ProgramData\\PathVariables.apf");
+    EXPECT_EQ(e.Message(),
+        L"The path variables file C:\\ProgramData\\PathVariables.apf is not valid: its root element must be "
+        L"PathVariables.");
+    EXPECT_EQ(e.Code(), 0xE0010064u);
+    EXPECT_EQ(e.GetType(), kExceptionGeneric);
+
+    // A number is an insert like any other; a text the library does not have is empty.
+    EXPECT_EQ(ComposeMessage(2137, {InsertText(42)}),
+        L"The path variables file 42 is not valid: its root element must be PathVariables.");
+    EXPECT_EQ(Exception(KW_HERE, 9u).Message(), L"");
+}
+
+TEST(NumberedMessages, TemplateThatCannotBeExpandedIsShownInTheMessage)
+{
+    EXPECT_EQ(Exception(KW_HERE, 2137u).Message(),
+        L"Format message error [win32 error 0x57] while composing the message [The path variables file %1 is "
+        L"not valid: its root element must be PathVariables.].");
+}
+
+} // namespace
+} // namespace kw
