@@ -12,3 +12,6 @@
 #else
 #include "msicomp/posix/MsiShim.h"
 #endif
+
+// The null integer as MsiRecordGetInteger answers it: an int on every platform.
+inline constexpr int kMsiNullInteger = static_cast<int>(MSI_NULL_INTEGER);
