@@ -10,9 +10,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
-#include <versionhelpers.h>
 
 #include "os/ConsoleDevice.h"
+#include "os/OsVersion.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw::console_device {
@@ -71,7 +71,8 @@ ConsoleAttachment CreateAttachment()
     const bool keepOutput = IsRedirected(output);
     const bool keepError = IsRedirected(error);
 
-    if (IsWindows7OrGreater())
+    // Only from version 6.1 on; older systems get a console of their own.
+    if (GetOsVersion().AtLeast(6, 1))
         attachment.attached = AttachConsole(ATTACH_PARENT_PROCESS) != FALSE;
     if (!attachment.attached) {
         FreeConsole();

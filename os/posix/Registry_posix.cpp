@@ -1,0 +1,169 @@
+// The settings key on POSIX: one section of the INI file
+// $XDG_CONFIG_HOME/Orvanta/Kitewright/Settings.ini per subkey path. Every read takes the file
+// as it is on the disk, as the registry is live; every change rewrites it whole through
+// ReplaceFileBytes, so that a crash leaves the old file or the new one. The threads of this
+// process change it one at a time; other processes are not held off (the last rewrite wins).
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <mutex>
+#include <vector>
+
+#include "os/FileSystem.h"
+#include "os/IniFile.h"
+#include "os/Registry.h"
+#include "os/SystemError.h"
+#include "util/strings/StringSystem.h"
+
+namespace kw {
+
+namespace {
+
+constexpr std::uint32_t kErrorFileNotFound = 2;
+constexpr std::uint32_t kErrorPathNotFound = 3;
+constexpr std::uint32_t kErrorAccessDenied = 5;
+constexpr std::uint32_t kErrorInvalidHandle = 6;
+
+// Written at the top of a new file, for whoever opens it.
+constexpr std::string_view kNewFileText =
+    "; Kitewright settings, kept by the program. In names and values \"%\" and two\n"
+    "; hexadecimal digits stand for one byte of UTF-8: %25 \"%\", %3D \"=\", %0A a line break.\n";
+
+std::mutex g_fileMutex;
+
+std::wstring HomeFolder()
+{
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && *home != '\0')
+        return FromUtf8(home);
+    passwd entry{};
+    passwd* user = nullptr;
+    std::vector<char> buffer(16384);
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &user) != 0 || user == nullptr)
+        return {};
+    return FromUtf8(user->pw_dir);
+}
+
+std::wstring ConfigFolder()
+{
+    // The base directory specification: an unset, empty or relative value is ignored.
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    if (config != nullptr && config[0] == '/')
+        return FromUtf8(config);
+    return HomeFolder() + L"/.config";
+}
+
+std::wstring SettingsFolder() { return ConfigFolder() + L"/Orvanta/Kitewright"; }
+
+std::wstring SettingsFile() { return SettingsFolder() + L"/Settings.ini"; }
+
+// The file as it is now; a file that does not exist yet is an empty one.
+bool Load(IniFile& ini)
+{
+    std::string text;
+    if (!ReadFileBytes(SettingsFile(), text)) {
+        const std::uint32_t error = LastSystemError();
+        if (error != kErrorFileNotFound && error != kErrorPathNotFound)
+            return false;
+        text = kNewFileText;
+    }
+    ini = IniFile(text);
+    return true;
+}
+
+bool Save(const IniFile& ini)
+{
+    return CreateFolders(SettingsFolder()) && ReplaceFileBytes(SettingsFile(), ini.Text());
+}
+
+bool Fail(std::uint32_t error)
+{
+    SetLastSystemError(error);
+    return false;
+}
+
+} // namespace
+
+struct SettingsKey::Store {
+    bool write = false;
+};
+
+SettingsKey::SettingsKey() = default;
+SettingsKey::~SettingsKey() = default;
+SettingsKey::SettingsKey(SettingsKey&&) noexcept = default;
+SettingsKey& SettingsKey::operator=(SettingsKey&&) noexcept = default;
+
+bool SettingsKey::Open(std::wstring_view subkey, bool write)
+{
+    store_.reset();
+    if (subkey.ends_with(L'\\'))
+        subkey.remove_suffix(1);
+    subkey_ = subkey;
+    const std::lock_guard lock(g_fileMutex);
+    IniFile ini;
+    if (!Load(ini))
+        return false;
+    if (!ini.HasSection(subkey_)) {
+        if (!write)
+            return Fail(kErrorFileNotFound);
+        ini.AddSection(subkey_);
+        if (!Save(ini))
+            return false;
+    }
+    store_ = std::make_unique<Store>(Store{write});
+    SetLastSystemError(0);
+    return true;
+}
+
+bool SettingsKey::IsOpen() const { return store_ != nullptr; }
+
+std::wstring SettingsKey::ReadString(std::wstring_view name) const
+{
+    if (!store_) {
+        SetLastSystemError(kErrorInvalidHandle);
+        return {};
+    }
+    const std::lock_guard lock(g_fileMutex);
+    IniFile ini;
+    if (!Load(ini))
+        return {};
+    std::optional<std::wstring> value = ini.Value(subkey_, name);
+    if (!value) {
+        SetLastSystemError(kErrorFileNotFound);
+        return {};
+    }
+    SetLastSystemError(0);
+    return std::move(*value);
+}
+
+bool SettingsKey::WriteString(std::wstring_view name, std::wstring_view value)
+{
+    if (!store_)
+        return Fail(kErrorInvalidHandle);
+    if (!store_->write)
+        return Fail(kErrorAccessDenied);
+    const std::lock_guard lock(g_fileMutex);
+    IniFile ini;
+    if (!Load(ini))
+        return false;
+    ini.SetValue(subkey_, name, value);
+    return Save(ini);
+}
+
+bool SettingsKey::DeleteValue(std::wstring_view name)
+{
+    if (!store_)
+        return Fail(kErrorInvalidHandle);
+    if (!store_->write)
+        return Fail(kErrorAccessDenied);
+    const std::lock_guard lock(g_fileMutex);
+    IniFile ini;
+    if (!Load(ini))
+        return false;
+    if (!ini.RemoveValue(subkey_, name))
+        return Fail(kErrorFileNotFound);
+    return Save(ini);
+}
+
+} // namespace kw
