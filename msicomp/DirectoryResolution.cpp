@@ -2,6 +2,7 @@
 
 #include <unordered_set>
 
+#include "os/FileSystem.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
@@ -46,9 +47,6 @@ constexpr const wchar_t* kStandardFolders[] = {
     L"WindowsLibrariesFolder",
     L"IIsWWWRootFolder",
 };
-
-constexpr size_t kLongPathLength = 260;
-constexpr std::wstring_view kLongPathPrefix = L"\\\\?\\";
 
 // Prepends one component; "." and empty components add no level.
 void Prepend(std::wstring& path, const std::wstring& component)
@@ -111,9 +109,8 @@ std::wstring ResolveDirectory(const DirectoryNode& start, bool mapTargetDirToApp
         }
         Prepend(path, parsed.target.longName == L"." ? parsed.source.longName : parsed.target.longName);
     }
-    if (path.size() >= kLongPathLength && !path.starts_with(kLongPathPrefix))
-        path.insert(0, kLongPathPrefix);
-    return path;
+    // Joined as the platform's paths are: a long one takes the "\\?\" form.
+    return WithLongPathPrefix(path);
 }
 
 } // namespace kw

@@ -1,11 +1,10 @@
 #include "msicomp/mergemods/MsmInfoExtracter.h"
 
-#include <filesystem>
-
 #include "core/Exception.h"
 #include "msicomp/InstallerString.h"
 #include "msicomp/MsiDatabase.h"
 #include "msicomp/MsiHandle.h"
+#include "os/FileSystem.h"
 
 namespace kw {
 
@@ -58,13 +57,12 @@ MergeModuleInfo MsmInfoExtracter::Read(const std::wstring& path) const
     info.path = path;
 
     MsiHandle database;
-    const UINT opened = OpenPackage(path, database);
+    const std::wstring systemPath = SystemPath(path);
+    const UINT opened = OpenPackage(systemPath, database);
     if (opened != ERROR_SUCCESS) {
         // Not every installer answers a missing file with ERROR_FILE_NOT_FOUND; the file's
         // absence is what counts.
-        std::error_code error;
-        const bool missing =
-            opened == ERROR_FILE_NOT_FOUND || !std::filesystem::exists(std::filesystem::path(path), error);
+        const bool missing = opened == ERROR_FILE_NOT_FOUND || !PathExists(path);
         info.status = missing ? kModuleNotFound : kNotAModule;
         return info;
     }
@@ -76,7 +74,7 @@ MergeModuleInfo MsmInfoExtracter::Read(const std::wstring& path) const
     }
 
     MsiHandle summary;
-    if (MsiGetSummaryInformationW(database.Get(), path.c_str(), 0, summary.Put()) != ERROR_SUCCESS)
+    if (MsiGetSummaryInformationW(database.Get(), systemPath.c_str(), 0, summary.Put()) != ERROR_SUCCESS)
         ThrowCallFailed(KW_HERE, 0, L"MsiGetSummaryInformation");
     info.subject =
         ReadSummaryText(summary.Get(), PID_SUBJECT, L"MsiSummaryInfoGetProperty PID_SUBJECT", kContext, __LINE__);

@@ -16,6 +16,22 @@
 
 namespace {
 
+// Values may hold line breaks and tabs: written as \r, \n and \t, every record is one line.
+std::wstring Escaped(const std::wstring& text)
+{
+    std::wstring out;
+    for (wchar_t c : text) {
+        switch (c) {
+        case L'\\': out += L"\\\\"; break;
+        case L'\r': out += L"\\r"; break;
+        case L'\n': out += L"\\n"; break;
+        case L'\t': out += L"\\t"; break;
+        default: out += c;
+        }
+    }
+    return out;
+}
+
 void Print(const std::wstring& line)
 {
     const std::string bytes = kw::ToUtf8(line + L"\n");
@@ -32,19 +48,20 @@ void Dump(const std::filesystem::path& file)
         return;
     std::wstring name = L"(none)";
     kw::GetPropertyValue(database.Get(), L"ProductName", name);
-    Print(L"ProductName: " + name);
+    Print(L"ProductName: " + Escaped(name));
     Print(L"PackageCode: " + kw::GetPackageCode(database.Get()));
     try {
         const kw::PackageTables tables(database.Get(), kw::kLoadEverything, false);
         for (const auto& [id, path] : std::map(tables.FullPathDir().begin(), tables.FullPathDir().end()))
-            Print(L"dir\t" + id + L"\t" + path);
+            Print(L"dir\t" + Escaped(id) + L"\t" + Escaped(path));
         std::map<std::wstring, const kw::FileEntry*> files;
         for (const auto& [path, entry] : tables.Files())
             files.emplace(path, &entry);
         for (const auto& [path, entry] : files)
-            Print(L"file\t" + path + L"\t" + entry->fileName + L"\t" + std::to_wstring(entry->size));
+            Print(L"file\t" + Escaped(path) + L"\t" + Escaped(entry->fileName) + L"\t" + std::to_wstring(entry->size));
         for (const kw::RegistryEntry& entry : tables.Registry())
-            Print(L"reg\t" + entry.root + L"\t" + entry.key + L"\t" + entry.name + L"\t" + entry.value);
+            Print(L"reg\t" + entry.root + L"\t" + Escaped(entry.key) + L"\t" + Escaped(entry.name) + L"\t" +
+                Escaped(entry.value));
     } catch (const std::exception& e) {
         Print(L"error: " + kw::FromUtf8(e.what()));
     }
