@@ -25,7 +25,7 @@ enum MSIDBSTATE { MSIDBSTATE_ERROR = -1, MSIDBSTATE_READ = 0, MSIDBSTATE_WRITE =
 // The persist argument that opens a database read-only.
 #define MSIDBOPEN_READONLY (static_cast<LPCWSTR>(nullptr))
 
-inline constexpr int MSI_NULL_INTEGER = INT_MIN;  // 0x80000000
+inline constexpr int MSI_NULL_INTEGER = INT_MIN; // 0x80000000
 
 // Result codes, as Windows numbers them.
 inline constexpr UINT ERROR_SUCCESS = 0;
@@ -35,10 +35,14 @@ inline constexpr UINT ERROR_ACCESS_DENIED = 5;
 inline constexpr UINT ERROR_INVALID_HANDLE = 6;
 inline constexpr UINT ERROR_NOT_ENOUGH_MEMORY = 8;
 inline constexpr UINT ERROR_INVALID_DATA = 13;
+inline constexpr UINT ERROR_OUTOFMEMORY = 14;
 inline constexpr UINT ERROR_INVALID_PARAMETER = 87;
 inline constexpr UINT ERROR_OPEN_FAILED = 110;
+inline constexpr UINT ERROR_CALL_NOT_IMPLEMENTED = 120;
 inline constexpr UINT ERROR_MORE_DATA = 234;
 inline constexpr UINT ERROR_NO_MORE_ITEMS = 259;
+inline constexpr UINT ERROR_NOT_FOUND = 1168;
+inline constexpr UINT ERROR_CONTINUE = 1246;
 inline constexpr UINT ERROR_UNKNOWN_PROPERTY = 1608;
 inline constexpr UINT ERROR_BAD_QUERY_SYNTAX = 1615;
 inline constexpr UINT ERROR_INVALID_FIELD = 1616;
@@ -86,8 +90,8 @@ UINT MsiRecordGetStringW(MSIHANDLE record, UINT field, LPWSTR buffer, DWORD* siz
 int MsiRecordGetInteger(MSIHANDLE record, UINT field);
 UINT MsiRecordReadStream(MSIHANDLE record, UINT field, char* buffer, DWORD* size);
 UINT MsiGetSummaryInformationW(MSIHANDLE database, LPCWSTR databasePath, UINT updateCount, MSIHANDLE* summary);
-UINT MsiSummaryInfoGetPropertyW(MSIHANDLE summary, UINT property, UINT* type, INT* integer, FILETIME* time,
-                                LPWSTR buffer, DWORD* size);
+UINT MsiSummaryInfoGetPropertyW(
+    MSIHANDLE summary, UINT property, UINT* type, INT* integer, FILETIME* time, LPWSTR buffer, DWORD* size);
 MSIDBSTATE MsiGetDatabaseState(MSIHANDLE handle);
 MSIHANDLE MsiGetActiveDatabase(MSIHANDLE session);
 UINT MsiCloseHandle(MSIHANDLE handle);

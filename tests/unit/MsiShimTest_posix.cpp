@@ -1,0 +1,272 @@
+// The shim's own guarantees, which a comparison with msi.dll cannot show: its handle table
+// under real threads, closed handles that stay closed, the answer for a package that is not
+// there, streams that outlive their view, and libmsi's messages kept off standard error. What
+// each call answers is compared with msi.dll itself by tests/tools/MsiApiProbe.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "msicomp/MsiApi.h"
+#include "msicomp/MsiHandle.h"
+#include "msicomp/posix/HandleTable.h"
+#include "os/Module.h"
+#include "util/strings/StringSystem.h"
+
+// glib 2.74 hands the memory of its slice allocator from thread to thread in ways that the thread
+// sanitizer cannot follow (glib is not instrumented); a build with the sanitizer reads these
+// suppressions and so checks the shim and libmsi, not glib's allocator.
+extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions() { return "race:g_slice_alloc\nrace:g_slice_alloc0\n"; }
+
+namespace kw {
+namespace {
+
+std::wstring Fixture(const wchar_t* name) { return ExecutableFolder() + L"fixtures/" + name; }
+
+MsiHandle Open(const std::wstring& path)
+{
+    MsiHandle database;
+    EXPECT_EQ(MsiOpenDatabaseW(path.c_str(), MSIDBOPEN_READONLY, database.Put()), ERROR_SUCCESS);
+    return database;
+}
+
+MsiHandle Execute(const MsiHandle& database, const wchar_t* query)
+{
+    MsiHandle view;
+    EXPECT_EQ(MsiDatabaseOpenViewW(database.Get(), query, view.Put()), ERROR_SUCCESS);
+    EXPECT_EQ(MsiViewExecute(view.Get(), 0), ERROR_SUCCESS);
+    return view;
+}
+
+std::wstring FieldText(MSIHANDLE record, UINT field)
+{
+    DWORD size = 0;
+    wchar_t empty[1];
+    if (MsiRecordGetStringW(record, field, empty, &size) != ERROR_MORE_DATA)
+        return L"?";
+    std::wstring text(++size, L'\0');
+    EXPECT_EQ(MsiRecordGetStringW(record, field, text.data(), &size), ERROR_SUCCESS);
+    text.resize(size);
+    return text;
+}
+
+// Every row of the null-cells package's Cells table, fields joined by "|"; the records stay
+// open until the end, and `opened` sees each record's number while it is open.
+template <class Opened> std::vector<std::wstring> ReadCells(Opened opened)
+{
+    const MsiHandle database = Open(Fixture(L"null-cells.msi"));
+    const MsiHandle view = Execute(database, L"SELECT * FROM `Cells`");
+    std::vector<MsiHandle> records;
+    std::vector<std::wstring> rows;
+    for (MsiHandle record; MsiViewFetch(view.Get(), record.Put()) == ERROR_SUCCESS;) {
+        opened(record.Get());
+        std::wstring row;
+        for (UINT field = 1; field <= MsiRecordGetFieldCount(record.Get()); ++field)
+            row += FieldText(record.Get(), field) + L"|";
+        rows.push_back(row);
+        records.push_back(std::move(record));
+    }
+    return rows;
+}
+
+TEST(MsiShim, ThreadsReadTheirOwnHandlesAtOnceAndNeverShareANumber)
+{
+    const std::vector<std::wstring> expected = ReadCells([](MSIHANDLE) {});
+    ASSERT_EQ(expected.size(), 11u);
+    EXPECT_EQ(expected[3], L"smallest||-32767|-2147483647||");
+
+    std::mutex lock;
+    std::set<MSIHANDLE> open;
+    std::vector<std::wstring> duplicates;
+    std::vector<std::vector<std::wstring>> results(8);
+    std::vector<std::thread> threads;
+    for (auto& result : results) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 25; ++round) {
+                std::vector<MSIHANDLE> mine;
+                result = ReadCells([&](MSIHANDLE record) {
+                    const std::lock_guard<std::mutex> guard(lock);
+                    if (!open.insert(record).second)
+                        duplicates.push_back(std::to_wstring(record));
+                    mine.push_back(record);
+                });
+                // The records are closed now; their numbers may not come back before the range goes round.
+                const std::lock_guard<std::mutex> guard(lock);
+                for (const MSIHANDLE record : mine)
+                    EXPECT_EQ(MsiRecordGetFieldCount(record), static_cast<UINT>(-1));
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(duplicates, std::vector<std::wstring>());
+    EXPECT_EQ(open.size(), 8u * 25u * 11u);
+    for (const auto& result : results)
+        EXPECT_EQ(result, expected);
+}
+
+TEST(MsiShim, ClosedHandlesStayClosedForEveryKindAndCall)
+{
+    // Raw handles: what is tested is closing them.
+    const std::wstring package = Fixture(L"streams.msi");
+    MSIHANDLE database = 0, view = 0, record = 0, summary = 0;
+    ASSERT_EQ(MsiOpenDatabaseW(package.c_str(), MSIDBOPEN_READONLY, &database), ERROR_SUCCESS);
+    ASSERT_EQ(MsiDatabaseOpenViewW(database, L"SELECT * FROM `Binary`", &view), ERROR_SUCCESS);
+    ASSERT_EQ(MsiViewExecute(view, 0), ERROR_SUCCESS);
+    ASSERT_EQ(MsiViewFetch(view, &record), ERROR_SUCCESS);
+    ASSERT_EQ(MsiGetSummaryInformationW(database, nullptr, 1, &summary), ERROR_SUCCESS);
+    const MSIHANDLE stale[] = {database, view, record, summary};
+    for (const MSIHANDLE handle : stale)
+        EXPECT_EQ(MsiCloseHandle(handle), ERROR_SUCCESS);
+
+    for (int round = 0; round < 200; ++round)
+        ReadCells([&](MSIHANDLE opened) { EXPECT_EQ(std::count(std::begin(stale), std::end(stale), opened), 0); });
+    for (const MSIHANDLE handle : stale) {
+        MSIHANDLE out = 0;
+        DWORD size = 4;
+        wchar_t text[4];
+        UINT type = 0;
+        EXPECT_EQ(MsiDatabaseOpenViewW(handle, L"SELECT * FROM `Binary`", &out), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(MsiViewFetch(handle, &out), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(MsiRecordGetStringW(handle, 1, text, &size), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(MsiRecordReadStream(handle, 2, nullptr, &size), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(MsiRecordGetInteger(handle, 1), MSI_NULL_INTEGER);
+        EXPECT_EQ(MsiSummaryInfoGetPropertyW(handle, PID_REVNUMBER, &type, nullptr, nullptr, text, &size),
+            ERROR_INVALID_HANDLE);
+        EXPECT_EQ(MsiGetDatabaseState(handle), MSIDBSTATE_ERROR);
+        EXPECT_EQ(MsiCloseHandle(handle), ERROR_INVALID_HANDLE);
+    }
+}
+
+struct Object : msishim::HandleObject {
+    static constexpr msishim::HandleKind kKind = msishim::HandleKind::View;
+    Object() : HandleObject(kKind) { }
+};
+
+TEST(MsiHandleTable, NumbersComeBackOnlyAfterTheWholeRangeAndNeverWhileOpen)
+{
+    msishim::HandleTable table(4);
+    std::vector<MSIHANDLE> numbers;
+    for (int index = 0; index < 5; ++index)
+        numbers.push_back(table.Add(std::make_shared<Object>()));
+    EXPECT_EQ(numbers, (std::vector<MSIHANDLE>{1, 2, 3, 4, 0}));
+
+    EXPECT_NE(table.Remove(1), nullptr);
+    EXPECT_EQ(table.Remove(1), nullptr);
+    EXPECT_NE(table.Remove(3), nullptr);
+    EXPECT_EQ(table.Find<Object>(1), nullptr);
+    EXPECT_NE(table.Find<Object>(2), nullptr);
+    EXPECT_EQ(table.Find(2, msishim::HandleKind::Record), nullptr);
+    // 2 and 4 are still open: the next numbers are 1 and 3, then none is left.
+    EXPECT_EQ(table.Add(std::make_shared<Object>()), 1u);
+    EXPECT_EQ(table.Add(std::make_shared<Object>()), 3u);
+    EXPECT_EQ(table.Add(std::make_shared<Object>()), 0u);
+}
+
+TEST(MsiShim, MissingPackageIsNotFoundAndUnreadableOneFailed)
+{
+    char text[] = "/tmp/kw-not-a-package-XXXXXX";
+    const int file = ::mkstemp(text);
+    ASSERT_GE(file, 0);
+    ASSERT_EQ(::write(file, "not a package\n", 14), 14);
+    ::close(file);
+    const std::wstring paths[] = {Fixture(L"no-such-package.msi"), ExecutableFolder() + L"no-such-folder/a.msi",
+        FromUtf8(text), ExecutableFolder() + L"fixtures"};
+    const UINT expected[] = {ERROR_FILE_NOT_FOUND, ERROR_FILE_NOT_FOUND, ERROR_FUNCTION_FAILED, ERROR_FUNCTION_FAILED};
+    for (size_t index = 0; index < std::size(paths); ++index) {
+        MSIHANDLE database = 12345;
+        EXPECT_EQ(MsiOpenDatabaseW(paths[index].c_str(), MSIDBOPEN_READONLY, &database), expected[index]);
+        EXPECT_EQ(database, 12345u);
+    }
+    ::unlink(text);
+
+    // Packages are only read: any other mode is refused.
+    MSIHANDLE database = 0;
+    const std::wstring package = Fixture(L"summary.msi");
+    EXPECT_EQ(MsiOpenDatabaseW(package.c_str(), L"copy.msi", &database), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(MsiOpenDatabaseW(package.c_str(), MSIDBOPEN_READONLY, nullptr), ERROR_INVALID_PARAMETER);
+}
+
+TEST(MsiShim, RecordsKeepTheirStreamsAfterTheViewAndDatabaseAreClosed)
+{
+    MsiHandle database = Open(Fixture(L"streams.msi"));
+    MsiHandle view = Execute(database, L"SELECT `Data` FROM `Blobs` WHERE `Blob` = 'lines'");
+    MsiHandle record;
+    ASSERT_EQ(MsiViewFetch(view.Get(), record.Put()), ERROR_SUCCESS);
+    view.Close();
+    database.Close();
+    DWORD size = 0;
+    ASSERT_EQ(MsiRecordReadStream(record.Get(), 1, nullptr, &size), ERROR_SUCCESS);
+    ASSERT_EQ(size, 20485u);
+    std::string bytes(size, '\0');
+    EXPECT_EQ(MsiRecordReadStream(record.Get(), 1, bytes.data(), &size), ERROR_SUCCESS);
+    EXPECT_EQ(bytes.substr(0, 34), "stream line 0000\nstream line 0001\n");
+    EXPECT_EQ(bytes.substr(size - 17), "stream line 1204\n");
+}
+
+// Standard error (descriptor 2) goes to a file while it lives.
+class StandardErrorCapture {
+public:
+    StandardErrorCapture() : file_(std::tmpfile()), saved_(::dup(2))
+    {
+        std::fflush(stderr);
+        ::dup2(::fileno(file_), 2);
+    }
+    ~StandardErrorCapture()
+    {
+        Stop();
+        std::fclose(file_);
+    }
+
+    std::string Stop()
+    {
+        std::fflush(stderr);
+        if (saved_ >= 0) {
+            ::dup2(saved_, 2);
+            ::close(saved_);
+            saved_ = -1;
+        }
+        std::string text;
+        std::rewind(file_);
+        for (int c; (c = std::fgetc(file_)) != EOF;)
+            text += static_cast<char>(c);
+        return text;
+    }
+
+private:
+    std::FILE* file_;
+    int saved_;
+};
+
+TEST(MsiShim, LibraryMessagesDoNotReachStandardError)
+{
+    StandardErrorCapture capture;
+    std::fputs("only this line\n", stderr);
+    MSIHANDLE missing = 0;
+    const std::wstring absent = Fixture(L"no-such-package.msi");
+    EXPECT_EQ(MsiOpenDatabaseW(absent.c_str(), MSIDBOPEN_READONLY, &missing), ERROR_FILE_NOT_FOUND);
+    const MsiHandle database = Open(Fixture(L"streams.msi"));
+    // libmsi warns of a missing table and of bad syntax, and complains of a null stream.
+    for (const wchar_t* query : {L"SELECT * FROM `Shortcut`", L"SELEC * FROM `Binary`"}) {
+        MsiHandle view;
+        EXPECT_EQ(MsiDatabaseOpenViewW(database.Get(), query, view.Put()), ERROR_BAD_QUERY_SYNTAX);
+    }
+    const MsiHandle view = Execute(database, L"SELECT * FROM `Blobs`");
+    MsiHandle record;
+    ASSERT_EQ(MsiViewFetch(view.Get(), record.Put()), ERROR_SUCCESS);
+    DWORD size = 7;
+    EXPECT_EQ(MsiRecordReadStream(record.Get(), 2, nullptr, &size), ERROR_INVALID_DATA);
+    EXPECT_EQ(capture.Stop(), "only this line\n");
+}
+
+} // namespace
+} // namespace kw
