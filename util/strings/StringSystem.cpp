@@ -1,6 +1,8 @@
 #include "util/strings/StringSystem.h"
 
+#include <algorithm>
 #include <cwctype>
+#include <utility>
 
 namespace kw {
 
@@ -99,6 +101,61 @@ std::wstring FromUtf8(std::string_view text)
         i += 1 + static_cast<size_t>(taken);
     }
     return out;
+}
+
+namespace {
+
+// Reads a text as UTF-16 code units, splitting code points above U+FFFF into their pairs.
+class Utf16Units {
+public:
+    explicit Utf16Units(std::wstring_view text) : text_(text) { }
+
+    // False at the end of the text.
+    bool Next(char32_t& unit)
+    {
+        if (pendingLow_ != 0) {
+            unit = std::exchange(pendingLow_, 0);
+            return true;
+        }
+        if (next_ == text_.size())
+            return false;
+        const auto cp = static_cast<char32_t>(text_[next_++]);
+        if (sizeof(wchar_t) > 2 && cp >= 0x10000 && cp <= 0x10FFFF) {
+            unit = 0xD800 + ((cp - 0x10000) >> 10);
+            pendingLow_ = 0xDC00 + ((cp - 0x10000) & 0x3FF);
+            return true;
+        }
+        unit = cp;
+        return true;
+    }
+
+private:
+    std::wstring_view text_;
+    size_t next_ = 0;
+    char32_t pendingLow_ = 0;
+};
+
+} // namespace
+
+int CompareOrdinal(std::wstring_view a, std::wstring_view b)
+{
+    // Equal characters give equal units: start the unit walk where the texts first differ.
+    const size_t common = std::min(a.size(), b.size());
+    size_t i = 0;
+    while (i < common && a[i] == b[i])
+        ++i;
+    Utf16Units left(a.substr(i));
+    Utf16Units right(b.substr(i));
+    for (;;) {
+        char32_t l = 0;
+        char32_t r = 0;
+        const bool hasLeft = left.Next(l);
+        const bool hasRight = right.Next(r);
+        if (!hasLeft || !hasRight)
+            return hasLeft ? 1 : hasRight ? -1 : 0;
+        if (l != r)
+            return l < r ? -1 : 1;
+    }
 }
 
 bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b)

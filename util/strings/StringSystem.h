@@ -14,6 +14,14 @@ std::string ToUtf8(std::wstring_view text);
 // Decodes UTF-8 into wide text; every invalid or truncated sequence becomes one U+FFFD.
 std::wstring FromUtf8(std::string_view text);
 
+// The one ordinal comparison of package values: exact, by UTF-16 code units, on every
+// platform. Where wchar_t holds code points, a character above U+FFFF sorts as its surrogate
+// pair would (before U+E000..U+FFFF), so both builds order rows alike. Negative, zero or
+// positive, as a is less than, equal to or greater than b; a prefix sorts first.
+int CompareOrdinal(std::wstring_view a, std::wstring_view b);
+
+inline bool LessOrdinal(std::wstring_view a, std::wstring_view b) { return CompareOrdinal(a, b) < 0; }
+
 // Compares two texts ignoring case, as option and file names are compared.
 bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b);
 
