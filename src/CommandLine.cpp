@@ -113,8 +113,8 @@ std::set<std::wstring> SplitRuleIds(std::wstring_view list)
     std::set<std::wstring> ids;
     for (size_t start = 0; start <= list.size();) {
         const size_t end = std::min(list.find(L';', start), list.size());
-        if (const std::wstring_view id = TrimBlanks(list.substr(start, end - start)); !id.empty())
-            ids.emplace(id);
+        if (end > start)
+            ids.emplace(list.substr(start, end - start));
         start = end + 1;
     }
     return ids;

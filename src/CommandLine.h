@@ -58,8 +58,9 @@ std::vector<std::wstring> TokeniseCommandLine(std::wstring_view commandLine);
 // TokeniseCommandLine splits back into exactly the same arguments.
 std::wstring JoinCommandLine(std::span<const std::wstring> arguments);
 
-// The rule ids of a list such as "CR2;CR15": split at semicolons, without blanks at either
-// end of an id, and without empty entries.
+// The rule ids of a list such as "CR2;CR15": split at semicolons, empty pieces dropped. The
+// pieces are taken as they are, blanks included, so "CR2; CR15" names CR2 and " CR15", which
+// is no rule: users have always had to write the list without blanks.
 std::set<std::wstring> SplitRuleIds(std::wstring_view list);
 
 class CommandLineParser {

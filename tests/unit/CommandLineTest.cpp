@@ -122,11 +122,12 @@ TEST(CommandLineOptions, NumberedListTakesTheNameThenItsNumberedForms)
     EXPECT_FALSE(beyond.Parse(L"/File50 x", options));
 }
 
-TEST(ExcludedRules, IdsAreSplitAtSemicolonsWithoutBlanksOrEmptyEntries)
+TEST(ExcludedRules, IdsAreSplitAtSemicolonsAsTheyStandWithoutEmptyPieces)
 {
-    EXPECT_EQ(SplitRuleIds(L"CR2; cr15 ;;CR2;"), (std::set<std::wstring>{L"CR2", L"cr15"}));
+    EXPECT_EQ(SplitRuleIds(L";CR2; cr15 ;;CR2;"), (std::set<std::wstring>{L"CR2", L" cr15 "}));
+    EXPECT_EQ(SplitRuleIds(L"CR7"), std::set<std::wstring>{L"CR7"});
     EXPECT_EQ(SplitRuleIds(L""), std::set<std::wstring>{});
-    EXPECT_EQ(SplitRuleIds(L" ; "), std::set<std::wstring>{});
+    EXPECT_EQ(SplitRuleIds(L";;"), std::set<std::wstring>{});
 }
 
 } // namespace

@@ -169,14 +169,6 @@ bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b)
     return true;
 }
 
-std::wstring_view TrimBlanks(std::wstring_view text)
-{
-    const size_t first = text.find_first_not_of(L' ');
-    if (first == std::wstring_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(L' ') - first + 1);
-}
-
 std::wstring ToHex(std::uint32_t value)
 {
     static constexpr wchar_t kDigits[] = L"0123456789abcdef";

@@ -25,9 +25,6 @@ inline bool LessOrdinal(std::wstring_view a, std::wstring_view b) { return Compa
 // Compares two texts ignoring case, as option and file names are compared.
 bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b);
 
-// The text without the blanks at either end.
-std::wstring_view TrimBlanks(std::wstring_view text);
-
 // Lower-case hexadecimal text of a code, without prefix or padding, for messages.
 std::wstring ToHex(std::uint32_t value);
 
