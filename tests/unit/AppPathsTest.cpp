@@ -1,0 +1,205 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "AppPathsSandbox.h"
+#include "core/Exception.h"
+#include "msicomp/apppaths/AppPaths.h"
+#include "os/FileSystem.h"
+#include "os/Registry.h"
+#include "os/SystemError.h"
+#include "util/strings/StringSystem.h"
+
+namespace kw {
+
+void AppPathsSandbox::WriteSettingsFile(std::string_view text) const
+{
+    ASSERT_TRUE(ReplaceFileBytes(application_ / L"kitew.ini", text));
+}
+
+void AppPathsSandbox::Rebuild() const { RebuildAppPathsForTests(ApplicationFolder(), SettingsSubkey()); }
+
+namespace {
+
+std::wstring MachineDataFolder()
+{
+    return JoinPath(ExpandFolderMacro(L"[CommonAppDataFolder]"), {L"Orvanta", L"Kitewright"});
+}
+
+std::string Utf8(const std::wstring& text) { return ToUtf8(text); }
+
+TEST(PathVariables, DefaultsFollowTheApplicationFolder)
+{
+    const AppPathsSandbox sandbox;
+    sandbox.Rebuild();
+    const std::wstring& application = sandbox.ApplicationFolder();
+
+    const std::vector<PathVariableEntry> entries = PathVariables();
+    std::vector<std::wstring> names;
+    for (const PathVariableEntry& entry : entries) {
+        names.push_back(entry.name);
+        EXPECT_EQ(entry.type, 1) << Utf8(entry.name);
+        EXPECT_EQ(entry.contentType, 0) << Utf8(entry.name);
+    }
+    EXPECT_EQ(names,
+        (std::vector<std::wstring>{L"KW_TEMPLATES", L"KW_DICTS", L"KW_USERDICTS", L"KW_FRAGS", L"KW_RES",
+            L"KW_STUBS_ROOT", L"KW_STUBS", L"KW_STUBS_32U", L"KW_STUBS_64", L"KW_STUBS_RES", L"KW_CUSTACTS_ROOT",
+            L"KW_CUSTACTS", L"KW_CUSTACTS64", L"KW_HOME", L"KW_HELP", L"KW_FOO", L"KW_REPACK_HOME",
+            L"KW_REPACK_DEFAULT_PROFILES", L"KW_THEMES", L"KW_THIRD_PARTY_BIN", L"KW_HTML_RES", L"KW_REPOSITORY",
+            L"KW_PREDEFINED_PREREQUISITES", L"KW_REGISTERED_PREREQUISITES", L"KW_REGISTERED_MSM",
+            L"KW_VISUAL_STUDIO_MSM", L"KW_SCCM_CONFIGS", L"KW_SCRIPTS", L"KW_OSPROVISION"}));
+
+    EXPECT_EQ(PathVariable(L"KW_TEMPLATES"), JoinPath(application, {L"templates"}));
+    EXPECT_EQ(PathVariable(L"KW_HOME"), application);
+    EXPECT_EQ(PathVariable(L"KW_FOO"), application);
+    EXPECT_EQ(PathVariable(L"KW_HELP"), application);
+    EXPECT_EQ(PathVariable(L"KW_STUBS"), JoinPath(application, {L"stubs", L"x86"}));
+    EXPECT_EQ(PathVariable(L"KW_CUSTACTS64"), JoinPath(application, {L"custact", L"x64"}));
+    EXPECT_EQ(PathVariable(L"KW_HTML_RES"), JoinPath(application, {L"resources", L"uihtml.dat"}));
+    EXPECT_EQ(PathVariable(L"KW_SCCM_CONFIGS"), JoinPath(application, {L"profiles", L"sccm"}));
+    EXPECT_EQ(PathVariable(L"KW_PREDEFINED_PREREQUISITES"), JoinPath(application, {L"fragments", L"Prerequisites"}));
+    EXPECT_EQ(PathVariable(L"KW_USERDICTS"), JoinPath(MachineDataFolder(), {L"dictionaries"}));
+    EXPECT_EQ(PathVariable(L"KW_REGISTERED_MSM"), JoinPath(MachineDataFolder(), {L"Merge modules"}));
+    EXPECT_EQ(PathVariable(L"KW_REPOSITORY"), JoinPath(MachineDataFolder(), {L"Repository"}));
+    EXPECT_EQ(
+        PathVariable(L"KW_VISUAL_STUDIO_MSM"), JoinPath(ExpandFolderMacro(L"[CommonFilesFolder]"), {L"Merge modules"}));
+    EXPECT_EQ(PathVariable(L"KW_REPACK_HOME"),
+        JoinPath(ExpandFolderMacro(L"<LocalAppDataFolder>"), {L"Orvanta", L"Kitewright", L"repackager"}));
+    EXPECT_EQ(PathVariable(L"KW_NOT_THERE"), L"");
+}
+
+TEST(PathVariables, DictionariesOverrideLeavesUserDictionariesAlone)
+{
+    const AppPathsSandbox sandbox;
+    const std::wstring& scratch = sandbox.Scratch().Path();
+    sandbox.WriteSettingsFile("[Other]\nDictionaries Folder=/elsewhere\n\n[Folders]\n"
+                              "dictionaries folder=" +
+        Utf8(JoinPath(scratch, {L"dicts", L""})) + "\nHomeDir=" + Utf8(JoinPath(scratch, {L"home"})) +
+        "\nFragments Folder=" + Utf8(JoinPath(scratch, {L"frags"})) + "\nThemes Folder=\n");
+    sandbox.Rebuild();
+
+    const std::wstring home = JoinPath(scratch, {L"home"});
+    EXPECT_EQ(PathVariable(L"KW_DICTS"), JoinPath(scratch, {L"dicts"}));
+    EXPECT_EQ(PathVariable(L"KW_USERDICTS"), JoinPath(MachineDataFolder(), {L"dictionaries"}));
+    // HomeDir moves everything built on the home folder, and only that.
+    EXPECT_EQ(PathVariable(L"KW_TEMPLATES"), JoinPath(home, {L"templates"}));
+    EXPECT_EQ(PathVariable(L"KW_FOO"), home);
+    EXPECT_EQ(PathVariable(L"KW_THEMES"), JoinPath(home, {L"themes"})); // empty: the default
+    EXPECT_EQ(PathVariable(L"KW_REGISTERED_MSM"), JoinPath(MachineDataFolder(), {L"Merge modules"}));
+    // The prerequisites follow the fragments folder wherever it is.
+    EXPECT_EQ(PathVariable(L"KW_FRAGS"), JoinPath(scratch, {L"frags"}));
+    EXPECT_EQ(PathVariable(L"KW_PREDEFINED_PREREQUISITES"), JoinPath(scratch, {L"frags", L"Prerequisites"}));
+}
+
+TEST(RepositoryFolder, SettingThatNamesTheDefaultIsRemovedOthersAreKept)
+{
+    const AppPathsSandbox sandbox;
+    const std::wstring defaultFolder = JoinPath(MachineDataFolder(), {L"Repository"});
+    const auto setValue = [&](const std::wstring& value) {
+        SettingsKey key;
+        ASSERT_TRUE(key.Open(sandbox.SettingsSubkey(), true));
+        ASSERT_TRUE(key.WriteString(L"Repository Path", value));
+    };
+    const auto storedValue = [&]() {
+        SettingsKey key;
+        EXPECT_TRUE(key.Open(sandbox.SettingsSubkey(), false));
+        return key.ReadString(L"Repository Path");
+    };
+
+    const std::wstring own = JoinPath(sandbox.Scratch().Path(), {L"packages"});
+    setValue(JoinPath(own, {L".", L"sub", L"..", L""}));
+    sandbox.Rebuild();
+    EXPECT_EQ(PathVariable(L"KW_REPOSITORY"), own);
+    EXPECT_EQ(storedValue(), JoinPath(own, {L".", L"sub", L"..", L""}));
+
+    // The same folder as the default, however it is written, is not kept.
+    std::wstring upper = defaultFolder;
+    for (wchar_t& c : upper)
+        c = static_cast<wchar_t>(std::towupper(c));
+    setValue(JoinPath(upper, {L""}));
+    sandbox.Rebuild();
+    EXPECT_TRUE(EqualsIgnoreCase(PathVariable(L"KW_REPOSITORY"), defaultFolder))
+        << Utf8(PathVariable(L"KW_REPOSITORY"));
+    EXPECT_EQ(storedValue(), L"");
+    EXPECT_EQ(LastSystemError(), 2u);
+
+    setValue(L"");
+    sandbox.Rebuild();
+    EXPECT_EQ(PathVariable(L"KW_REPOSITORY"), defaultFolder);
+    EXPECT_EQ(storedValue(), L"");
+    EXPECT_EQ(LastSystemError(), 2u);
+}
+
+TEST(FolderMacros, ExpandVariablesAndSystemFolders)
+{
+    const AppPathsSandbox sandbox;
+    sandbox.Rebuild();
+    const std::wstring resources = JoinPath(sandbox.ApplicationFolder(), {L"resources"});
+    EXPECT_EQ(ExpandFolderMacro(L"<KW_RES>conflictsDetectorWizBanner.png"),
+        JoinPath(resources, {L"conflictsDetectorWizBanner.png"}));
+    EXPECT_EQ(ExpandFolderMacro(L"<KW_HELP>kitew.chm"), JoinPath(sandbox.ApplicationFolder(), {L"kitew.chm"}));
+    EXPECT_EQ(ExpandFolderMacro(L"<KW_RES>\\buttons/close.png"), JoinPath(resources, {L"buttons", L"close.png"}));
+    EXPECT_EQ(ExpandFolderMacro(L"<KW_RES>"), resources);
+    EXPECT_EQ(ExpandFolderMacro(L"[CommonAppDataFolder]Orvanta\\Kitewright"), MachineDataFolder());
+    EXPECT_EQ(ExpandFolderMacro(L"<KW_NOT_THERE>x.png"), L"<KW_NOT_THERE>x.png");
+    EXPECT_EQ(ExpandFolderMacro(L"[commonappdatafolder]x"), L"[commonappdatafolder]x");
+    EXPECT_EQ(ExpandFolderMacro(L"plain.png"), L"plain.png");
+}
+
+std::wstring WriteVariablesFile(const AppPathsSandbox& sandbox, std::string_view text)
+{
+    const std::wstring file = sandbox.Scratch() / L"PathVariables.apf";
+    EXPECT_TRUE(ReplaceFileBytes(file, text));
+    sandbox.WriteSettingsFile("[Folders]\nPathVariablesFile=" + Utf8(file) + "\n");
+    return file;
+}
+
+TEST(PathVariablesFile, AddsAndReplacesVariables)
+{
+    const AppPathsSandbox sandbox;
+    WriteVariablesFile(sandbox,
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<PathVariables>\n"
+        "  <Var Path=\"/data/mine\" Name=\"KW_MINE\"/>\n"
+        "  <Var Name=\"KW_TYPED\" Path=\"/t\" Type=\"5\" ContentType=\"3x\"/>\n"
+        "  <Other Name=\"KW_OTHER\" Path=\"/o\"/>\n"
+        "  <Group><Var Name=\"KW_NESTED\" Path=\"/n\"/></Group>\n"
+        "  <Var Name=\"KW_RES\" Path=\"/res\"/>\n"
+        "  <Var Name=\"KW_MINE\" Path=\"/data/m\xC3\xAFne\" Type=\"1\"/>\n"
+        "</PathVariables>\n");
+    sandbox.Rebuild();
+
+    const std::vector<PathVariableEntry> entries = PathVariables();
+    ASSERT_EQ(entries.size(), 31u);
+    EXPECT_EQ(entries[4], (PathVariableEntry{L"KW_RES", SystemPath(L"/res"), 2, 0})); // replaced where it stood
+    EXPECT_EQ(entries[29], (PathVariableEntry{L"KW_MINE", SystemPath(L"/data/m\u00EFne"), 1, 0}));
+    EXPECT_EQ(entries[30], (PathVariableEntry{L"KW_TYPED", SystemPath(L"/t"), 5, 3}));
+    EXPECT_EQ(PathVariable(L"KW_OTHER"), L"");
+    EXPECT_EQ(PathVariable(L"KW_NESTED"), L"");
+}
+
+TEST(PathVariablesFile, WrongRootIsRefusedAndMissingFileIgnored)
+{
+    const AppPathsSandbox sandbox;
+    const std::wstring file =
+        WriteVariablesFile(sandbox, "<?xml version=\"1.0\"?><Variables><Var Name=\"KW_X\" Path=\"/x\"/></Variables>");
+    try {
+        sandbox.Rebuild();
+        FAIL() << "a wrong root element was accepted";
+    } catch (const Exception& error) {
+        EXPECT_EQ(error.Message(),
+            L"The path variables file " + file + L" is not valid: its root element must be PathVariables.");
+        EXPECT_EQ(error.File(), L"..\\msicomp\\apppaths\\AppPathsLoader.cpp");
+        EXPECT_EQ(error.Line(), 56);
+    }
+    // The built-in variables stay.
+    EXPECT_EQ(PathVariable(L"KW_HOME"), sandbox.ApplicationFolder());
+    EXPECT_EQ(PathVariable(L"KW_X"), L"");
+
+    ASSERT_TRUE(RemoveFolder(sandbox.Scratch().Path()));
+    sandbox.Rebuild();
+    EXPECT_EQ(PathVariables().size(), 29u);
+}
+
+} // namespace
+} // namespace kw
