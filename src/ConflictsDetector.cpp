@@ -96,7 +96,7 @@ std::uint32_t ConflictsDetector::RunInConsole()
     sink.SetCancelled(false);
     std::uint32_t result = 0;
     {
-        ConflictsDetectorManager manager(options_, sink);
+        ConflictsDetectorManager manager(options_, &sink);
         result = manager.Run();
     }
     if (result != 0)
