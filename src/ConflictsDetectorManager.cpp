@@ -80,7 +80,9 @@ std::uint32_t ConflictsDetectorManager::Run()
     } catch (const IException& e) {
         e.GetPresenter().Present(nullptr, e);
     } catch (const std::exception& e) {
-        ExceptionPresenter::Instance().Present(nullptr, e);
+        // Reports have always placed such a failure here, at this module's line 86.
+        const Exception wrapped(L"..\\src\\ConflictsDetectorManager.cpp", 86, FromUtf8(e.what()));
+        wrapped.GetPresenter().Present(nullptr, wrapped);
     }
     return 1;
 }
