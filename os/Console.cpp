@@ -10,12 +10,15 @@ namespace {
 std::atomic<ConsoleWriter*> g_writer{nullptr};
 }
 
-ConsoleWriter::ConsoleWriter() { console_device::Open(); }
+ConsoleWriter::ConsoleWriter()
+{
+    console_device::Open();
+    g_writer.store(this, std::memory_order_release);
+}
 
 ConsoleWriter& ConsoleWriter::Get()
 {
     static ConsoleWriter writer;
-    g_writer.store(&writer, std::memory_order_release);
     return writer;
 }
 

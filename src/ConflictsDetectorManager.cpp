@@ -92,17 +92,14 @@ std::uint32_t ConflictsDetectorManager::RunDetection()
     const std::wstring packageUnderTest = options_.Get(L"Msi");
     const std::wstring defaultFolder = PathVariable(L"KW_REPOSITORY");
     const std::wstring repository = options_.Get(L"MsiRepo");
-    std::wstring folder = defaultFolder;
-    if (!repository.empty() && !EqualsIgnoreCase(repository, defaultFolder)) {
-        folder = repository;
-        MakeTasksFromFolder(packageUnderTest, repository);
-    } else {
-        // The default repository holds the packages directly in its folder.
-        std::vector<std::wstring> files;
-        ListFiles(defaultFolder, L"*.msi", files, 0);
-        for (const std::wstring& file : files)
-            tasks_.push_back({packageUnderTest, file, std::wstring(), static_cast<std::uint32_t>(tasks_.size())});
-    }
+    // A folder named with MsiRepo is searched in depth; the default repository holds its
+    // packages directly in its folder, also when MsiRepo names it.
+    const bool ownFolder = !repository.empty() && !EqualsIgnoreCase(repository, defaultFolder);
+    const std::wstring& folder = ownFolder ? repository : defaultFolder;
+    std::vector<std::wstring> files;
+    ListFiles(folder, L"*.msi", files, ownFolder ? kRepositoryDepth : 0);
+    for (const std::wstring& file : files)
+        tasks_.push_back({packageUnderTest, file, std::wstring(), static_cast<std::uint32_t>(tasks_.size())});
     if (tasks_.empty()) {
         Report(FormatText(LoadText(kEmptyRepositoryText), {folder}));
         return 0;
@@ -122,14 +119,6 @@ std::uint32_t ConflictsDetectorManager::RunDetection()
     }
     Report(FormatNumber(kTotalText, findingsTotal_));
     return taskFailed_ ? 1 : 0;
-}
-
-void ConflictsDetectorManager::MakeTasksFromFolder(const std::wstring& packageUnderTest, const std::wstring& folder)
-{
-    std::vector<std::wstring> files;
-    ListFiles(folder, L"*.msi", files, kRepositoryDepth);
-    for (const std::wstring& file : files)
-        tasks_.push_back({packageUnderTest, file, std::wstring(), static_cast<std::uint32_t>(tasks_.size())});
 }
 
 void ConflictsDetectorManager::RunWorkers(int count)

@@ -40,7 +40,6 @@ public:
 
 private:
     std::uint32_t RunDetection();
-    void MakeTasksFromFolder(const std::wstring& packageUnderTest, const std::wstring& folder);
     void RunWorkers(int count);
     void WorkerLoop();
     DetectionTask* TakeTask();
@@ -56,7 +55,7 @@ private:
     std::atomic<size_t> cursor_{0};
     std::once_flag catalogueBuilt_;
     RuleCatalogue catalogue_;
-    std::unique_ptr<class RulePackage> underTest_;
+    std::unique_ptr<RulePackage> underTest_;
     std::unique_ptr<MergeModules> modules_;
     std::atomic<bool> taskFailed_{false};
 };
