@@ -6,24 +6,12 @@
 #include <vector>
 
 #include "msicomp/apppaths/SystemFolders.h"
+#include "os/posix/HomeFolder_posix.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
 
 namespace {
-
-std::wstring HomeFolder()
-{
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && *home != '\0')
-        return FromUtf8(home);
-    passwd entry{};
-    passwd* user = nullptr;
-    std::vector<char> buffer(16384);
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &user) != 0 || user == nullptr)
-        return {};
-    return FromUtf8(user->pw_dir);
-}
 
 std::wstring WithoutTrailingSlash(std::string_view folder)
 {

@@ -3,17 +3,21 @@
 // failure, so that callers and messages read the same on both platforms.
 #include <dirent.h>
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <iterator>
 #include <utility>
+#include <vector>
 
 #include "os/FileSystem.h"
 #include "os/SystemError.h"
+#include "os/posix/HomeFolder_posix.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
@@ -320,6 +324,19 @@ bool ReplaceFileBytes(const std::wstring& path, std::string_view bytes)
     }
     SyncFolder(ParentOf(file));
     return true;
+}
+
+std::wstring HomeFolder()
+{
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && *home != '\0')
+        return FromUtf8(home);
+    passwd entry{};
+    passwd* user = nullptr;
+    std::vector<char> buffer(16384);
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &user) != 0 || user == nullptr)
+        return {};
+    return FromUtf8(user->pw_dir);
 }
 
 } // namespace kw

@@ -14,6 +14,7 @@
 #include "os/IniFile.h"
 #include "os/Registry.h"
 #include "os/SystemError.h"
+#include "os/posix/HomeFolder_posix.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
@@ -31,19 +32,6 @@ constexpr std::string_view kNewFileText =
     "; hexadecimal digits stand for one byte of UTF-8: %25 \"%\", %3D \"=\", %0A a line break.\n";
 
 std::mutex g_fileMutex;
-
-std::wstring HomeFolder()
-{
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && *home != '\0')
-        return FromUtf8(home);
-    passwd entry{};
-    passwd* user = nullptr;
-    std::vector<char> buffer(16384);
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &user) != 0 || user == nullptr)
-        return {};
-    return FromUtf8(user->pw_dir);
-}
 
 std::wstring ConfigFolder()
 {
