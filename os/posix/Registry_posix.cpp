@@ -71,6 +71,23 @@ bool Fail(std::uint32_t error)
     return false;
 }
 
+// A value may change only through a key that is open, and open for writing.
+bool CanChange(bool open, bool writable)
+{
+    if (!open)
+        return Fail(kErrorInvalidHandle);
+    return writable || Fail(kErrorAccessDenied);
+}
+
+// One change of the file, under the lock: the file as it is now, changed, written back whole.
+// A change that fails leaves the file as it was.
+template <typename Change> bool ChangeFile(Change change)
+{
+    const std::lock_guard lock(g_fileMutex);
+    IniFile ini;
+    return Load(ini) && change(ini) && Save(ini);
+}
+
 } // namespace
 
 struct SettingsKey::Store {
@@ -127,31 +144,16 @@ std::wstring SettingsKey::ReadString(std::wstring_view name) const
 
 bool SettingsKey::WriteString(std::wstring_view name, std::wstring_view value)
 {
-    if (!store_)
-        return Fail(kErrorInvalidHandle);
-    if (!store_->write)
-        return Fail(kErrorAccessDenied);
-    const std::lock_guard lock(g_fileMutex);
-    IniFile ini;
-    if (!Load(ini))
-        return false;
-    ini.SetValue(subkey_, name, value);
-    return Save(ini);
+    return CanChange(store_ != nullptr, store_ && store_->write) && ChangeFile([&](IniFile& ini) {
+        ini.SetValue(subkey_, name, value);
+        return true;
+    });
 }
 
 bool SettingsKey::DeleteValue(std::wstring_view name)
 {
-    if (!store_)
-        return Fail(kErrorInvalidHandle);
-    if (!store_->write)
-        return Fail(kErrorAccessDenied);
-    const std::lock_guard lock(g_fileMutex);
-    IniFile ini;
-    if (!Load(ini))
-        return false;
-    if (!ini.RemoveValue(subkey_, name))
-        return Fail(kErrorFileNotFound);
-    return Save(ini);
+    return CanChange(store_ != nullptr, store_ && store_->write) &&
+        ChangeFile([&](IniFile& ini) { return ini.RemoveValue(subkey_, name) || Fail(kErrorFileNotFound); });
 }
 
 } // namespace kw
