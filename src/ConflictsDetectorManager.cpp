@@ -187,8 +187,12 @@ const RuleCatalogue& ConflictsDetectorManager::FilteredCatalogue()
 
 void ConflictsDetectorManager::RunTask(DetectionTask& task)
 {
-    if (sink_ != nullptr)
+    if (sink_ != nullptr) {
+        // The sink keeps one step's sub-range for the whole run: every call into it is made
+        // under the report lock.
+        const std::lock_guard lock(reportLock_);
         sink_->BeginStep(task.index, kTaskSubRange, std::wstring());
+    }
     RulePackage repositoryPackage(task.repositoryPackage);
     task.productName = repositoryPackage.Name();
     PackagePair pair(*underTest_, repositoryPackage, modules_.get());
