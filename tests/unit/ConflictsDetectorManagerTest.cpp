@@ -1,16 +1,22 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <set>
 
+#include "AppPathsSandbox.h"
 #include "Fixtures.h"
 #include "ScopedEnvironment.h"
 #include "TemporaryFolder.h"
+#include "msicomp/apppaths/AppPaths.h"
+#include "os/FileSystem.h"
 #include "repository/PackageRepository.h"
+#include "rules/RuleCatalogue.h"
 #include "src/CommandLine.h"
 #include "src/ConflictsDetectorManager.h"
 #include "ui/ProgressSink.h"
+#include "util/strings/StringSystem.h"
 
 namespace kw {
 namespace {
@@ -99,7 +105,7 @@ std::set<std::wstring> RuleIds(const RecordingSink& sink)
     return ids;
 }
 
-TEST(DetectionRun, EmptyRepositoryIsOneLineAndNoStep)
+TEST(DetectionManager, EmptyRepositoryIsOneLineAndNoStep)
 {
     const Repository empty({});
     const auto run = RunDetection(empty, "2");
@@ -108,7 +114,7 @@ TEST(DetectionRun, EmptyRepositoryIsOneLineAndNoStep)
         std::vector<std::wstring>{L"No package was found in the repository folder \"" + empty.Path() + L"\"."});
 }
 
-TEST(DetectionRun, FewerThanTwoWorkersExamineNothing)
+TEST(DetectionManager, FewerThanTwoWorkersExamineNothing)
 {
     const Repository repository({L"rules-files-b.msi", L"rules-resources-b.msi"});
     for (const char* processors : {"1", "0", "abc", "65537"}) {
@@ -121,7 +127,7 @@ TEST(DetectionRun, FewerThanTwoWorkersExamineNothing)
     }
 }
 
-TEST(DetectionRun, EveryPackageIsReportedWholeUnderItsHeaderWhateverOrderWorkersFinish)
+TEST(DetectionManager, EveryPackageIsReportedWholeUnderItsHeaderWhateverOrderWorkersFinish)
 {
     const std::vector<const wchar_t*> names = {
         L"rules-files-b.msi", L"rules-resources-b.msi", L"directories.msi", L"no-tables.msi"};
@@ -158,7 +164,7 @@ TEST(DetectionRun, EveryPackageIsReportedWholeUnderItsHeaderWhateverOrderWorkers
         4);
 }
 
-TEST(DetectionRun, ExcludedRulesAreLeftOutByIdIgnoringCaseButNotBlanks)
+TEST(DetectionManager, ExcludedRulesAreLeftOutByIdIgnoringCaseButNotBlanks)
 {
     const Repository repository({L"rules-files-b.msi"});
     const std::set<std::wstring> all = RuleIds(RunDetection(repository, "2")->sink);
@@ -172,6 +178,97 @@ TEST(DetectionRun, ExcludedRulesAreLeftOutByIdIgnoringCaseButNotBlanks)
     expected = all;
     expected.erase(L"CR2"); // " CR3" with its blank names no rule
     EXPECT_EQ(RuleIds(RunDetection(repository, "2", L"CR2; CR3")->sink), expected);
+}
+
+// The header and finding lines of every package of the repository, each pair run alone on the
+// calling thread with the whole catalogue; keyed by the package's header.
+std::map<std::wstring, std::vector<std::wstring>> ReferenceBlocks(
+    const std::wstring& packageUnderTest, const std::wstring& repository, std::set<std::wstring>& rulesFired)
+{
+    RulePackage underTest(packageUnderTest);
+    MergeModules modules({PathVariable(L"KW_REGISTERED_MSM"), PathVariable(L"KW_VISUAL_STUDIO_MSM")});
+    const RuleCatalogue catalogue = BuildCatalogue();
+    std::vector<std::wstring> files;
+    ListFiles(repository, L"*.msi", files, 10);
+    std::map<std::wstring, std::vector<std::wstring>> blocks;
+    for (const std::wstring& file : files) {
+        RulePackage package(file);
+        PackagePair pair(underTest, package, &modules);
+        const FindingList findings = RunCatalogue(catalogue, pair);
+        const std::wstring count =
+            findings.empty() ? L"no conflicts found." : std::to_wstring(findings.size()) + L" conflict(s) found.";
+        const std::wstring header = L"Package \"" + package.Name() + L"\": " + count;
+        std::vector<std::wstring>& block = blocks[header];
+        EXPECT_TRUE(block.empty()) << "two packages with one header: " << ToUtf8(header);
+        block.push_back(header);
+        for (const FindingHandle& finding : findings) {
+            block.push_back(finding->ruleId + L". " + finding->title + L" detected: \n" + finding->detail);
+            rulesFired.insert(finding->ruleId);
+        }
+    }
+    return blocks;
+}
+
+// The repository that the build generates beside the test programs (bench/generate-repository):
+// fifty packages, each taking half of the shared resources of the package under test in a
+// way of its own.
+TEST(DetectionManager, FiftyOverlappingPackagesOnEightWorkersReportWhatEachPairFindsAlone)
+{
+    const AppPathsSandbox sandbox; // no merge modules, whatever the machine has
+    sandbox.Rebuild();
+    const std::wstring folder = ExecutableFolder() + L"generated" + kPathSeparator + L"repository-50" + kPathSeparator;
+    const std::wstring packageUnderTest = folder + L"under-test.msi";
+    const std::wstring repository = folder + L"repository";
+
+    std::set<std::wstring> rulesFired;
+    std::map<std::wstring, std::vector<std::wstring>> expected =
+        ReferenceBlocks(packageUnderTest, repository, rulesFired);
+    ASSERT_EQ(expected.size(), 50u);
+    // Every rule but the merge-module one, which needs registered modules, finds something.
+    std::set<std::wstring> allButModules;
+    for (int rule = 1; rule <= 18; ++rule)
+        allButModules.insert(L"CR" + std::to_wstring(rule));
+    EXPECT_EQ(rulesFired, allButModules);
+
+    ScopedEnvironment workers("NUMBER_OF_PROCESSORS", "8");
+    OptionMap options;
+    options.Set(L"Msi", packageUnderTest);
+    options.Set(L"MsiRepo", repository);
+    RecordingSink sink;
+    ConflictsDetectorManager manager(options, &sink);
+    EXPECT_EQ(manager.Run(), 0u);
+
+    // Each package's header and findings once and together, in whatever order the workers
+    // finished them; then the total of them all.
+    const std::vector<std::wstring> lines = sink.Lines();
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines.front(), L"Detecting conflicts with the repository packages...");
+    size_t total = 0;
+    size_t i = 1;
+    while (i + 1 < lines.size()) {
+        const auto block = expected.find(lines[i]);
+        ASSERT_NE(block, expected.end()) << "not a header, or one reported twice: " << ToUtf8(lines[i]);
+        const std::vector<std::wstring>& want = block->second;
+        ASSERT_LE(i + want.size(), lines.size() - 1) << ToUtf8(lines[i]);
+        EXPECT_EQ(std::vector<std::wstring>(lines.begin() + i, lines.begin() + i + want.size()), want);
+        total += want.size() - 1;
+        i += want.size();
+        expected.erase(block);
+    }
+    EXPECT_TRUE(expected.empty()) << expected.size() << " packages were not reported";
+    EXPECT_EQ(lines.back(), L"Detection finished: " + std::to_wstring(total) + L" conflict(s) found in total.");
+
+    // Every step began and ended once.
+    std::multiset<std::wstring> steps;
+    std::multiset<std::wstring> expectedSteps;
+    for (const std::wstring& event : sink.events)
+        if (event.starts_with(L"begin ") || event.starts_with(L"done "))
+            steps.insert(event);
+    for (int step = 0; step < 50; ++step) {
+        expectedSteps.insert(L"begin " + std::to_wstring(step));
+        expectedSteps.insert(L"done " + std::to_wstring(step));
+    }
+    EXPECT_EQ(steps, expectedSteps);
 }
 
 } // namespace
