@@ -1,11 +1,26 @@
 #include "ui/ConsoleProgressSink.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "os/Console.h"
 
 namespace kw {
 
+namespace {
+
+// Every step is a thousand units of the range.
+constexpr double kUnitsPerStep = 1000;
+
+} // namespace
+
 ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, const OptionMap* options)
-    : options_(options), percentPrefix_(percentPrefix)
+    : ConsoleProgressSink(percentPrefix, options, TaskbarButton::OfConsoleWindow())
+{
+}
+
+ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, const OptionMap* options, TaskbarButton taskbar)
+    : options_(options), button_(std::move(taskbar)), percentPrefix_(percentPrefix)
 {
 }
 
@@ -24,6 +39,7 @@ void ConsoleProgressSink::SetTotal(std::uint32_t count, bool add)
         total_ = count;
         stepsDone_ = 0;
     }
+    range_ = static_cast<std::uint64_t>(total_) * 1000;
 }
 
 void ConsoleProgressSink::BeginStep(std::uint32_t, double subRange, const std::wstring& text)
@@ -31,6 +47,8 @@ void ConsoleProgressSink::BeginStep(std::uint32_t, double subRange, const std::w
     if (subRange != -1) {
         position_ = 0;
         subRange_ = subRange;
+    } else {
+        SetTaskbarState(TaskbarState::Indeterminate);
     }
     if (!text.empty())
         PrintLine(text, ConsoleColour::LightBlue);
@@ -39,8 +57,7 @@ void ConsoleProgressSink::BeginStep(std::uint32_t, double subRange, const std::w
 void ConsoleProgressSink::StepDone(std::uint32_t)
 {
     stepsDone_ += 1;
-    if (total_ != 0)
-        percent_ = stepsDone_ * 1000 * 100 / (static_cast<double>(total_) * 1000);
+    SetProgress(stepsDone_ * kUnitsPerStep);
 }
 
 void ConsoleProgressSink::ShowMessage(const std::wstring& text)
@@ -52,19 +69,40 @@ void ConsoleProgressSink::ShowMessage(const std::wstring& text)
 void ConsoleProgressSink::AdvanceSubStep(double delta)
 {
     position_ += delta;
-    if (subRange_ == 0 || total_ == 0)
+    // A step of no length has no position within it to show.
+    if (subRange_ == 0)
         return;
-    const double value = position_ * 1000 / subRange_ + stepsDone_ * 1000;
-    percent_ = value * 100 / (static_cast<double>(total_) * 1000);
+    SetProgress(position_ * kUnitsPerStep / subRange_ + stepsDone_ * kUnitsPerStep);
 }
 
 void ConsoleProgressSink::Finished(const std::wstring& text, std::uint32_t code)
 {
-    if (code != 0 && !text.empty())
+    if (code == 0) {
+        SetTaskbarState(TaskbarState::NoProgress);
+    } else if (!text.empty()) {
         PrintLine(text, ConsoleColour::Red);
+        SetTaskbarState(TaskbarState::Error);
+    }
 }
 
 void ConsoleProgressSink::ReportLine(const std::wstring& text, int) { PrintLine(text, ConsoleColour::Green); }
+
+void ConsoleProgressSink::SetProgress(double value)
+{
+    // Before a total is set there is nothing to be a fraction of.
+    if (range_ == 0)
+        return;
+    percent_ = value * 100 / static_cast<double>(range_);
+    taskbar_.completed = static_cast<std::uint64_t>(std::max(value, 0.0));
+    taskbar_.total = range_;
+    button_.SetValue(taskbar_.completed, taskbar_.total);
+}
+
+void ConsoleProgressSink::SetTaskbarState(TaskbarState state)
+{
+    taskbar_.state = state;
+    button_.SetState(state);
+}
 
 void ConsoleProgressSink::PrintLine(const std::wstring& text, ConsoleColour colour)
 {

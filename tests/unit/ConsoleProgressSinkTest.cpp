@@ -1,10 +1,37 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "ConsoleCapture.h"
 #include "ui/ConsoleProgressSink.h"
 
 namespace kw {
 namespace {
+
+using State = TaskbarState;
+
+// Every console line with the text attribute that was set while it was written.
+class ColouredConsole {
+public:
+    ColouredConsole()
+    {
+        ConsoleWriter& writer = ConsoleWriter::Get();
+        // A Windows console whose output goes to a file or pipe (as under the test runner)
+        // keeps no colours; then there is no colour to see.
+        const std::uint16_t before = writer.TextAttribute();
+        writer.SetTextAttribute(static_cast<std::uint16_t>(ConsoleColour::Red));
+        keepsColours = writer.TextAttribute() == static_cast<std::uint16_t>(ConsoleColour::Red);
+        writer.SetTextAttribute(before);
+        writer.SetSecondSink([this, &writer](std::wstring_view line) {
+            lines.emplace_back(writer.TextAttribute(), line);
+            return true;
+        });
+    }
+    ~ColouredConsole() { ConsoleWriter::Get().SetSecondSink({}); }
+
+    bool keepsColours = false;
+    std::vector<std::pair<std::uint16_t, std::wstring>> lines;
+};
 
 TEST(ConsoleProgress, PercentIsCutToAWholeNumberInThreePlaces)
 {
@@ -42,6 +69,104 @@ TEST(ConsoleProgress, LinesCarryThePercentOfStepsDoneAndOnlyFailuresPrintWhenFin
     plain.ReportLine(L"no prefix", 0);
     EXPECT_EQ(console.lines.back(), L"no prefix\r\n");
     EXPECT_EQ(console.lines.size(), 5u);
+}
+
+TEST(ConsoleProgress, TaskbarValueIsStepsDoneAndTheStepsShareInThousandsOfTheRange)
+{
+    ConsoleProgressSink sink(true, nullptr, TaskbarButton());
+    const auto shows = [&](State state, std::uint64_t completed, std::uint64_t total) {
+        return sink.Taskbar() == TaskbarProgress{state, completed, total};
+    };
+
+    // Before a total there is nothing to be a fraction of; a total starts the count again.
+    sink.StepDone(0);
+    EXPECT_TRUE(shows(State::NoProgress, 0, 0));
+    sink.SetTotal(4, false);
+    sink.BeginStep(0, 500, L"");
+    EXPECT_TRUE(shows(State::NoProgress, 0, 0));
+
+    sink.AdvanceSubStep(125);
+    EXPECT_TRUE(shows(State::NoProgress, 250, 4000));
+    EXPECT_EQ(sink.Percent(), 6.25);
+    sink.AdvanceSubStep(125);
+    EXPECT_TRUE(shows(State::NoProgress, 500, 4000));
+    sink.StepDone(0);
+    EXPECT_TRUE(shows(State::NoProgress, 1000, 4000));
+    EXPECT_EQ(sink.Percent(), 25);
+
+    // A new step starts at its beginning; a step of unknown length changes neither the
+    // position nor the sub-range, and shows the indeterminate state instead.
+    sink.BeginStep(1, 200, L"");
+    sink.AdvanceSubStep(50);
+    EXPECT_TRUE(shows(State::NoProgress, 1250, 4000));
+    sink.BeginStep(2, -1, L"");
+    EXPECT_TRUE(shows(State::Indeterminate, 1250, 4000));
+    sink.AdvanceSubStep(50);
+    EXPECT_TRUE(shows(State::Indeterminate, 1500, 4000));
+    sink.StepDone(1);
+    EXPECT_TRUE(shows(State::Indeterminate, 2000, 4000));
+
+    // More steps widen the range and keep the steps done.
+    sink.SetTotal(2, true);
+    sink.StepDone(2);
+    EXPECT_TRUE(shows(State::Indeterminate, 3000, 6000));
+    EXPECT_EQ(sink.Percent(), 50);
+
+    sink.Finished(L"", 0);
+    EXPECT_TRUE(shows(State::NoProgress, 3000, 6000));
+
+    // The range is counted in 64 bits: five million steps are five thousand million units.
+    sink.SetTotal(5'000'000, false);
+    sink.StepDone(0);
+    EXPECT_TRUE(shows(State::NoProgress, 1000, 5'000'000'000));
+}
+
+TEST(ConsoleProgress, FailedRunPrintsItsTextInRedAndShowsTheErrorStateNormalRunClearsIt)
+{
+    ColouredConsole console;
+    const std::uint16_t userColour = ConsoleWriter::Get().TextAttribute();
+    ConsoleProgressSink sink(true, nullptr, TaskbarButton());
+    sink.SetTotal(2, false);
+    sink.StepDone(0);
+
+    // A failure without a text prints nothing and leaves the taskbar as it was.
+    sink.Finished(L"", 1);
+    EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::NoProgress, 1000, 2000}));
+    sink.Finished(L"The detection failed.", 1);
+    EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::Error, 1000, 2000}));
+    sink.ReportLine(L"Detection finished.", 0);
+    sink.Finished(L"", 0);
+    EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::NoProgress, 1000, 2000}));
+
+    ASSERT_EQ(console.lines.size(), 2u);
+    EXPECT_EQ(console.lines[0].second, L"[ 50%] The detection failed.\r\n");
+    EXPECT_EQ(console.lines[1].second, L"[ 50%] Detection finished.\r\n");
+    if (console.keepsColours) {
+        EXPECT_EQ(console.lines[0].first, static_cast<std::uint16_t>(ConsoleColour::Red));
+        EXPECT_EQ(console.lines[1].first, static_cast<std::uint16_t>(ConsoleColour::Green));
+    }
+    EXPECT_EQ(ConsoleWriter::Get().TextAttribute(), userColour);
+}
+
+TEST(ConsoleProgress, WithoutAWindowThereIsNoButtonAndLinesArePrintedAllTheSame)
+{
+    TaskbarButton none(nullptr);
+    EXPECT_FALSE(none.Exists());
+    EXPECT_FALSE(none.SetState(State::Error));
+    EXPECT_FALSE(none.SetValue(1, 2));
+    EXPECT_EQ(none.Shown(), TaskbarProgress{});
+
+    ConsoleCapture console;
+    ConsoleProgressSink sink(true, nullptr, std::move(none));
+    sink.SetTotal(1, false);
+    sink.BeginStep(0, -1, L"Comparing with a.msi");
+    sink.StepDone(0);
+    sink.Finished(L"The detection failed.", 1);
+    EXPECT_EQ(console.lines,
+        (std::vector<std::wstring>{L"[  0%] Comparing with a.msi\r\n", L"[100%] The detection failed.\r\n"}));
+    EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::Error, 1000, 1000}));
+    EXPECT_FALSE(sink.Button().Exists());
+    EXPECT_EQ(sink.Button().Shown(), TaskbarProgress{});
 }
 
 } // namespace
