@@ -7,6 +7,9 @@ function(kw_apply_build_flags target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     -Wimplicit-fallthrough -Wmissing-declarations -Werror)
+  # A fault becomes an exception thrown at the faulting instruction, so every instruction that
+  # can fault must be one that an exception may leave.
+  target_compile_options(${target} PRIVATE -fnon-call-exceptions)
   if(WIN32)
     target_compile_definitions(${target} PRIVATE
       UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601)

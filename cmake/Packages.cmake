@@ -13,3 +13,15 @@ function(kw_add_package target folder output)
     VERBATIM)
   add_custom_target(${target} ALL DEPENDS ${output})
 endfunction()
+
+# Stack traces on POSIX name their frames with GCC's libbacktrace, which the compiler's own
+# development package installs beside its runtime (Debian: libgcc-<version>-dev, which g++
+# brings): it reads the symbol tables and the debug information, including inlined functions,
+# without allocating from the heap. Its header is in the compiler's own include folder.
+if(NOT WIN32)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libbacktrace.a
+    OUTPUT_VARIABLE KW_LIBBACKTRACE OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT IS_ABSOLUTE "${KW_LIBBACKTRACE}" OR NOT EXISTS "${KW_LIBBACKTRACE}")
+    message(FATAL_ERROR "libbacktrace.a of the compiler ${CMAKE_CXX_COMPILER} was not found")
+  endif()
+endif()

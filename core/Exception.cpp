@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "core/ExceptionHandling.h"
 #include "core/ExceptionPresenter.h"
 #include "core/InsertExpander.h"
 #include "os/ResourceText.h"
@@ -81,8 +82,17 @@ Exception::Exception(std::wstring file, int line, std::wstring message)
 
 void Exception::Rethrow() const { throw *this; }
 
-// The stack trace of a clone comes with the stack walker; until then a clone is a plain copy.
-std::unique_ptr<IException> Exception::Clone(bool) const { return std::make_unique<Exception>(*this); }
+std::unique_ptr<IException> Exception::Clone(bool withStackTrace) const { return CloneOf(*this, withStackTrace); }
+
+void Exception::AddStackTrace()
+{
+    if (message_.find(kStackTraceHeader) != std::wstring::npos)
+        return;
+    // A clone is made where the exception is handled, so the stack of the handler is the
+    // stack of the failure from the catch site outwards.
+    message_ += L"\r\n";
+    AppendCurrentStackTrace(message_, kFaultTraceFrames);
+}
 
 int Exception::GetType() const { return kExceptionGeneric; }
 
@@ -112,7 +122,10 @@ WindowsException::WindowsException(std::wstring file, int line, const ComError& 
 
 void WindowsException::Rethrow() const { throw *this; }
 
-std::unique_ptr<IException> WindowsException::Clone(bool) const { return std::make_unique<WindowsException>(*this); }
+std::unique_ptr<IException> WindowsException::Clone(bool withStackTrace) const
+{
+    return CloneOf(*this, withStackTrace);
+}
 
 int WindowsException::GetType() const { return kExceptionWin32; }
 
@@ -123,15 +136,17 @@ SehException::SehException(std::wstring message, std::wstring file, int line, in
 
 void SehException::Rethrow() const { throw *this; }
 
-std::unique_ptr<IException> SehException::Clone(bool) const { return std::make_unique<SehException>(*this); }
+std::unique_ptr<IException> SehException::Clone(bool withStackTrace) const { return CloneOf(*this, withStackTrace); }
 
 int SehException::GetType() const { return kExceptionSeh; }
 
-std::wstring SehException::GetTypeName() const
+std::wstring SehException::GetTypeName() const { return AccessViolationName(accessViolationKind_); }
+
+std::wstring AccessViolationName(int kind)
 {
-    if (accessViolationKind_ < 0 || accessViolationKind_ >= static_cast<int>(std::size(kAccessViolationNames)))
+    if (kind < 0 || kind >= static_cast<int>(std::size(kAccessViolationNames)))
         return kAccessViolationNames[kSehGeneric];
-    return kAccessViolationNames[accessViolationKind_];
+    return kAccessViolationNames[kind];
 }
 
 } // namespace kw

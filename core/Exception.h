@@ -87,6 +87,17 @@ public:
     int Line() const override { return line_; }
 
 protected:
+    // A copy of `original` with, when asked and when its message has none yet, the stack of the
+    // calling thread added to the message.
+    template <typename T> static std::unique_ptr<IException> CloneOf(const T& original, bool withStackTrace)
+    {
+        auto copy = std::make_unique<T>(original);
+        if (withStackTrace)
+            copy->AddStackTrace();
+        return copy;
+    }
+    void AddStackTrace();
+
     std::wstring message_;
     std::uint32_t code_ = kApplicationErrorCode;
     std::wstring file_;
@@ -128,6 +139,9 @@ enum AccessViolationKind : int {
     kSehDepNull = 5,
     kSehDepBad = 6,
 };
+
+// "SEH_AV_READ_NULLPTR" and the like; "SEH_GENERIC" for a kind outside the table.
+std::wstring AccessViolationName(int kind);
 
 // A hardware fault or other structured exception, translated into an exception of ours.
 class SehException : public Exception {

@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "core/Exception.h"
+#include "core/ExceptionHandling.h"
 #include "core/ExceptionPresenter.h"
 #include "os/Console.h"
 #include "os/Module.h"
@@ -108,6 +109,8 @@ std::uint32_t ConflictsDetector::RunInConsole()
 
 int RunProgram(std::wstring_view commandLine)
 {
+    InstallTranslator();
+    InstallUnhandledFilter();
     bool initialised = false;
     try {
         ConflictsDetector application{std::wstring(commandLine)};

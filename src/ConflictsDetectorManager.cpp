@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "core/Exception.h"
+#include "core/ExceptionHandling.h"
 #include "core/ExceptionPresenter.h"
 #include "msicomp/apppaths/AppPaths.h"
 #include "os/ResourceText.h"
@@ -128,7 +129,7 @@ void ConflictsDetectorManager::RunWorkers(int count)
     std::vector<std::thread> threads;
     for (int k = count; k >= 1; --k) {
         try {
-            threads.emplace_back([this] { WorkerLoop(); });
+            threads.push_back(StartProgramThread([this] { WorkerLoop(); }));
         } catch (const std::system_error&) {
             WorkerLoop(); // no thread to be had: this one does the work
         }

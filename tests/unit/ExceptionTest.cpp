@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "core/Exception.h"
 #include "os/ResourceText.h"
 #include "os/SystemError.h"
+#include "util/strings/StringSystem.h"
 
 namespace kw {
 namespace {
@@ -27,6 +30,23 @@ TEST(Exceptions, ThrowSiteNamesItsSourceFileRelativeToTheSourceTree)
     EXPECT_EQ(SourceModule("/abs/path.cpp"), L"\\abs\\path.cpp");
 }
 
+// The message, a line break, the trace header, then frame lines and the module-base line.
+void ExpectMessageWithTrace(const std::wstring& traced, const std::wstring& message)
+{
+    const std::wstring start = message + L"\r\n" + std::wstring(kStackTraceHeader);
+    ASSERT_EQ(traced.substr(0, start.size()), start);
+    const std::wregex frameLine(L"\\[0x[0-9a-f]{8,}\\]  [^\r\n]+");
+    size_t lines = 0;
+    for (size_t begin = start.size(), end; begin < traced.size(); begin = end + 2, ++lines) {
+        end = traced.find(L"\r\n", begin);
+        ASSERT_NE(end, std::wstring::npos) << "unterminated: " << ToUtf8(traced.substr(begin));
+        EXPECT_TRUE(std::regex_match(traced.substr(begin, end - begin), frameLine))
+            << "not a frame line: " << ToUtf8(traced.substr(begin, end - begin));
+    }
+    EXPECT_GE(lines, 2u);
+    EXPECT_TRUE(traced.ends_with(L"  MODULE_BASE_ADDRESS\r\n"));
+}
+
 TEST(Exceptions, EveryKindKeepsItsTypeWhenRethrownOrCloned)
 {
     const Exception generic(L"g.cpp", 1, L"generic");
@@ -43,7 +63,9 @@ TEST(Exceptions, EveryKindKeepsItsTypeWhenRethrownOrCloned)
     for (const IException* original : all) {
         const std::unique_ptr<IException> clone = original->Clone(true);
         EXPECT_EQ(clone->GetType(), original->GetType());
-        EXPECT_EQ(clone->Message(), original->Message());
+        ExpectMessageWithTrace(clone->Message(), original->Message());
+        EXPECT_EQ(clone->Clone(true)->Message(), clone->Message());
+        EXPECT_EQ(original->Clone(false)->Message(), original->Message());
         EXPECT_EQ(clone->Code(), original->Code());
         EXPECT_EQ(clone->File(), original->File());
         EXPECT_EQ(clone->Line(), original->Line());

@@ -1,0 +1,444 @@
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cwchar>
+#include <functional>
+#include <memory>
+#include <regex>
+#include <thread>
+
+#if __has_include(<valgrind/valgrind.h>)
+#include <valgrind/valgrind.h>
+#else
+#define VALGRIND_DISABLE_ERROR_REPORTING
+#define VALGRIND_ENABLE_ERROR_REPORTING
+#endif
+
+#include "core/ExceptionHandling.h"
+
+#if defined(__x86_64__)
+
+// Two readers written in assembly, outside every section the compiler describes: one with
+// unwind tables but no line information, one without either. Each stores the address of its
+// faulting instruction before it runs it.
+extern "C" int KwReadWithoutLineInfo(std::uintptr_t address, std::uintptr_t* faultingInstruction);
+extern "C" int KwReadWithoutUnwindTables(std::uintptr_t address, std::uintptr_t* faultingInstruction);
+asm(R"(
+    .pushsection .text.kw_test_readers, "ax", @progbits
+    .type KwReadWithoutLineInfo, @function
+KwReadWithoutLineInfo:
+    .cfi_startproc
+    leaq 1f(%rip), %rax
+    movq %rax, (%rsi)
+1:  movl (%rdi), %eax
+    ret
+    .cfi_endproc
+    .size KwReadWithoutLineInfo, .-KwReadWithoutLineInfo
+    .type KwReadWithoutUnwindTables, @function
+KwReadWithoutUnwindTables:
+    leaq 1f(%rip), %rax
+    movq %rax, (%rsi)
+1:  movl (%rdi), %eax
+    ret
+    .size KwReadWithoutUnwindTables, .-KwReadWithoutUnwindTables
+    .popsection
+)");
+
+namespace kw {
+namespace {
+
+// Where a helper faults: the faulting instruction, stored before it runs, and its line.
+struct FaultSite {
+    std::uintptr_t pc = 0;
+    int line = 0;
+};
+
+// Each helper faults in one instruction of its own, written in assembly so that the sanitizers
+// do not stop the access before the processor does.
+[[gnu::noinline]] int ReadAt(std::uintptr_t address, FaultSite& site)
+{
+    int value = 0;
+    site.line = __LINE__ + 1;
+    asm volatile("leaq 1f(%%rip), %%rax\n\tmovq %%rax, %1\n1:\tmovl (%2), %0"
+                 : "=r"(value), "=m"(site.pc)
+                 : "r"(address)
+                 : "rax", "memory");
+    return value;
+}
+
+[[gnu::noinline]] void WriteAt(std::uintptr_t address, FaultSite& site)
+{
+    site.line = __LINE__ + 1;
+    asm volatile("leaq 1f(%%rip), %%rax\n\tmovq %%rax, %0\n1:\tmovl $1, (%1)"
+                 : "=m"(site.pc)
+                 : "r"(address)
+                 : "rax", "memory");
+}
+
+[[gnu::noinline]] int Divide(int dividend, int divisor, FaultSite& site)
+{
+    site.line = __LINE__ + 1;
+    asm volatile("leaq 1f(%%rip), %%rcx\n\tmovq %%rcx, %1\n\tcltd\n1:\tidivl %2"
+                 : "+a"(dividend), "=m"(site.pc)
+                 : "r"(divisor)
+                 : "rcx", "rdx", "memory");
+    return dividend;
+}
+
+[[gnu::noinline]] void Undefined(FaultSite& site)
+{
+    site.line = __LINE__ + 1;
+    asm volatile("leaq 1f(%%rip), %%rax\n\tmovq %%rax, %0\n1:\tud2" : "=m"(site.pc) : : "rax", "memory");
+}
+
+// Not a tail call: the frame that called stays on the stack.
+[[gnu::noinline]] void CallAt(std::uintptr_t address, FaultSite& site)
+{
+    site.line = __LINE__ + 1;
+    reinterpret_cast<void (*)()>(address)();
+    asm volatile("" : : : "memory");
+}
+
+// Frames of 1 KiB, so that an endless descent overflows the stack long before the sanitizers'
+// books of frames do.
+[[gnu::noinline]] int DescendThenRead(int depth, FaultSite& site)
+{
+    volatile char frame[1024];
+    frame[0] = static_cast<char>(depth);
+    if (depth == 0)
+        return ReadAt(0, site);
+    return DescendThenRead(depth - 1, site) + frame[0];
+}
+
+// Memcheck reports a deliberate bad access as an error of the program before the fault reaches
+// the translator. Tests that make one say so; the translation runs inside it too, so faults
+// that valgrind lets pass (a division by zero) are made without it.
+class DeliberateBadAccess {
+public:
+    DeliberateBadAccess() { VALGRIND_DISABLE_ERROR_REPORTING; }
+    ~DeliberateBadAccess() { VALGRIND_ENABLE_ERROR_REPORTING; }
+    DeliberateBadAccess(const DeliberateBadAccess&) = delete;
+    DeliberateBadAccess& operator=(const DeliberateBadAccess&) = delete;
+};
+
+std::wstring Address(std::uintptr_t address)
+{
+    wchar_t text[32];
+    std::swprintf(text, std::size(text), L"[0x%08jx]", static_cast<std::uintmax_t>(address));
+    return text;
+}
+
+std::vector<std::wstring> Lines(const std::wstring& text)
+{
+    std::vector<std::wstring> lines;
+    for (size_t start = 0, end; (end = text.find(L"\r\n", start)) != std::wstring::npos; start = end + 2)
+        lines.push_back(text.substr(start, end - start));
+    return lines;
+}
+
+// The message's lines from the headline to the first frame, exactly, and the module-base line.
+void ExpectFaultMessage(const std::wstring& message, const std::wstring& headline, const std::wstring& firstFrame)
+{
+    const std::vector<std::wstring> lines = Lines(message);
+    ASSERT_GE(lines.size(), 5u) << message;
+    EXPECT_EQ(lines[0], headline);
+    EXPECT_EQ(lines[1], L"");
+    EXPECT_EQ(lines[2], L"*** Stack Trace (x86) ***");
+    EXPECT_EQ(lines[3], L"");
+    EXPECT_EQ(lines[4], firstFrame);
+    Dl_info program{};
+    ASSERT_NE(dladdr(reinterpret_cast<void*>(&ReadAt), &program), 0);
+    EXPECT_EQ(lines.back(), Address(reinterpret_cast<std::uintptr_t>(program.dli_fbase)) + L"  MODULE_BASE_ADDRESS");
+}
+
+std::wstring ReadAtFrame(const FaultSite& site)
+{
+    return Address(site.pc) + L"  kw::(anonymous namespace)::ReadAt() -> ExceptionHandlingTest_posix.cpp:" +
+        std::to_wstring(site.line);
+}
+
+bool LineMatches(const std::wstring& line, const wchar_t* pattern)
+{
+    return std::regex_match(line, std::wregex(pattern));
+}
+
+class FaultTranslation : public testing::Test {
+protected:
+    void SetUp() override { InstallTranslator(); }
+};
+
+TEST_F(FaultTranslation, NullReadIsThrownFromTheFaultingLineWithTheTraceOfItsCallers)
+{
+    FaultSite site;
+    int callLine = 0;
+    try {
+        const DeliberateBadAccess expected;
+        callLine = __LINE__ + 1;
+        ReadAt(0, site);
+        FAIL() << "no exception";
+    } catch (const SehException& e) {
+        EXPECT_EQ(e.GetTypeName(), L"SEH_AV_READ_NULLPTR");
+        EXPECT_EQ(e.Code(), kApplicationErrorCode);
+        EXPECT_EQ(e.File(), L"ExceptionHandlingTest_posix.cpp");
+        EXPECT_EQ(e.Line(), site.line);
+        ExpectFaultMessage(e.Message(),
+            L"[SEH_AV_READ_NULLPTR] ACCESS_VIOLATION (0xc0000005) at address " + Address(site.pc), ReadAtFrame(site));
+        const std::vector<std::wstring> lines = Lines(e.Message());
+        ASSERT_GE(lines.size(), 6u);
+        const std::wstring caller =
+            L"\\[0x[0-9a-f]{8,}\\]  kw::\\(anonymous "
+            L"namespace\\)::FaultTranslation_NullReadIsThrownFromTheFaultingLineWithTheTraceOfIts"
+            L"Callers_Test::TestBody\\(\\) -> ExceptionHandlingTest_posix\\.cpp:" +
+            std::to_wstring(callLine);
+        EXPECT_TRUE(LineMatches(lines[5], caller.c_str())) << lines[5];
+    }
+}
+
+TEST_F(FaultTranslation, AccessKindComesFromTheProcessorAndOnlyAddressZeroIsNull)
+{
+    struct Case {
+        std::function<void(FaultSite&)> fault;
+        const wchar_t* kind;
+    };
+    const Case cases[] = {
+        {[](FaultSite& site) { ReadAt(8, site); }, L"SEH_AV_READ_BADPTR"},
+        {[](FaultSite& site) { WriteAt(0, site); }, L"SEH_AV_WRITE_NULLPTR"},
+        {[](FaultSite& site) { WriteAt(4, site); }, L"SEH_AV_WRITE_BADPTR"},
+        {[](FaultSite& site) { CallAt(site.pc = 0x10, site); }, L"SEH_AV_DEP_BADPTR"},
+    };
+    for (const Case& c : cases) {
+        FaultSite site;
+        try {
+            const DeliberateBadAccess expected;
+            c.fault(site);
+            ADD_FAILURE() << "no exception for " << c.kind;
+        } catch (const SehException& e) {
+            EXPECT_EQ(e.GetTypeName(), c.kind);
+            EXPECT_EQ(Lines(e.Message()).front(),
+                L"[" + std::wstring(c.kind) + L"] ACCESS_VIOLATION (0xc0000005) at address " + Address(site.pc));
+        }
+    }
+}
+
+TEST_F(FaultTranslation, ExecutingAtAddressZeroIsThrownFromTheCaller)
+{
+    FaultSite site;
+    try {
+        const DeliberateBadAccess expected;
+        CallAt(0, site);
+        FAIL() << "no exception";
+    } catch (const SehException& e) {
+        EXPECT_EQ(e.GetTypeName(), L"SEH_AV_DEP_NULLPTR");
+        EXPECT_EQ(e.File(), L"..\\core\\ExceptionHandling.cpp");
+        EXPECT_EQ(e.Line(), 91);
+        const std::vector<std::wstring> lines = Lines(e.Message());
+        ASSERT_GE(lines.size(), 6u);
+        EXPECT_EQ(lines[0], L"[SEH_AV_DEP_NULLPTR] ACCESS_VIOLATION (0xc0000005) at address [0x00000000]");
+        EXPECT_EQ(lines[4], L"[0x00000000]  -----");
+        const std::wstring caller = L"\\[0x[0-9a-f]{8,}\\]  kw::\\(anonymous namespace\\)::CallAt\\(\\) -> "
+                                    L"ExceptionHandlingTest_posix\\.cpp:" +
+            std::to_wstring(site.line);
+        EXPECT_TRUE(LineMatches(lines[5], caller.c_str())) << lines[5];
+    }
+}
+
+TEST_F(FaultTranslation, DivisionByZeroAndUndefinedInstructionsAreGeneric)
+{
+    FaultSite site;
+    try {
+        Divide(1, 0, site);
+        FAIL() << "no exception";
+    } catch (const SehException& e) {
+        EXPECT_EQ(e.GetTypeName(), L"SEH_GENERIC");
+        EXPECT_EQ(e.Line(), site.line);
+        ExpectFaultMessage(e.Message(), L"[SEH_GENERIC] INT_DIVIDE_BY_ZERO (0xc0000094) at address " + Address(site.pc),
+            Address(site.pc) + L"  kw::(anonymous namespace)::Divide() -> ExceptionHandlingTest_posix.cpp:" +
+                std::to_wstring(site.line));
+    }
+    try {
+        Undefined(site);
+        FAIL() << "no exception";
+    } catch (const SehException& e) {
+        EXPECT_EQ(e.GetTypeName(), L"SEH_GENERIC");
+        EXPECT_EQ(Lines(e.Message()).front(),
+            L"[SEH_GENERIC] ILLEGAL_INSTRUCTION (0xc000001d) at address " + Address(site.pc));
+    }
+}
+
+TEST_F(FaultTranslation, TraceStopsAtTheLimitWithTheMarkerAndOnlyThere)
+{
+    for (const int depth : {250, 3}) {
+        FaultSite site;
+        try {
+            const DeliberateBadAccess expected;
+            DescendThenRead(depth, site);
+            FAIL() << "no exception";
+        } catch (const SehException& e) {
+            const std::vector<std::wstring> lines = Lines(e.Message());
+            ASSERT_GE(lines.size(), 7u);
+            const auto frames = std::vector<std::wstring>(lines.begin() + 4, lines.end() - 1);
+            EXPECT_EQ(frames.front(), ReadAtFrame(site));
+            const std::wstring marker(kStackOverflowMarker.substr(0, kStackOverflowMarker.size() - 2));
+            if (depth == 250) {
+                ASSERT_EQ(frames.size(), 201u);
+                EXPECT_EQ(frames.back(), marker);
+                EXPECT_TRUE(LineMatches(frames[199],
+                    L"\\[0x[0-9a-f]{8,}\\]  kw::\\(anonymous "
+                    L"namespace\\)::DescendThenRead\\(\\) -> "
+                    L"ExceptionHandlingTest_posix\\.cpp:[0-9]+"))
+                    << frames[199];
+            } else {
+                EXPECT_LT(frames.size(), 200u);
+                EXPECT_EQ(std::count(frames.begin(), frames.end(), marker), 0);
+            }
+        }
+    }
+}
+
+TEST_F(FaultTranslation, FaultWithoutLineInformationKeepsTheDefaultLocation)
+{
+    std::uintptr_t pc = 0;
+    try {
+        const DeliberateBadAccess expected;
+        KwReadWithoutLineInfo(0, &pc);
+        FAIL() << "no exception";
+    } catch (const SehException& e) {
+        EXPECT_EQ(e.File(), L"..\\core\\ExceptionHandling.cpp");
+        EXPECT_EQ(e.Line(), 91);
+        ExpectFaultMessage(e.Message(),
+            L"[SEH_AV_READ_NULLPTR] ACCESS_VIOLATION (0xc0000005) at address " + Address(pc),
+            Address(pc) + L"  KwReadWithoutLineInfo()");
+    }
+}
+
+TEST_F(FaultTranslation, WorkersOfTheProgramTranslateTheirFaultsOnTheirOwnAlternateStack)
+{
+    const auto alternateStack = [] {
+        stack_t stack{};
+        sigaltstack(nullptr, &stack);
+        return stack;
+    };
+    FaultSite site;
+    std::wstring message;
+    int line = 0;
+    stack_t first{};
+    stack_t second{};
+    StartProgramThread([&] {
+        first = alternateStack();
+        InstallTranslator();
+        second = alternateStack();
+        try {
+            const DeliberateBadAccess expected;
+            ReadAt(0, site);
+        } catch (const SehException& e) {
+            message = e.Message();
+            line = e.Line();
+        }
+    }).join();
+    EXPECT_EQ(line, site.line);
+    ExpectFaultMessage(message, L"[SEH_AV_READ_NULLPTR] ACCESS_VIOLATION (0xc0000005) at address " + Address(site.pc),
+        ReadAtFrame(site));
+
+    // Installed once for the thread, and unmapped when it ended.
+    ASSERT_NE(first.ss_sp, nullptr);
+    EXPECT_EQ(second.ss_sp, first.ss_sp);
+    EXPECT_GE(first.ss_size, size_t{64 * 1024});
+    const DeliberateBadAccess unmapped;
+    const int synced = msync(first.ss_sp, first.ss_size, MS_ASYNC);
+    const int error = errno;
+    EXPECT_EQ(synced, -1);
+    EXPECT_EQ(error, ENOMEM);
+}
+
+TEST(ClonedExceptions, CarryTheTraceOfTheCloningThreadOnce)
+{
+    const Exception original(L"f.cpp", 1, L"message");
+    const int line = __LINE__ + 1;
+    const std::unique_ptr<IException> clone = original.Clone(true);
+    const std::vector<std::wstring> lines = Lines(clone->Message());
+    ASSERT_GE(lines.size(), 6u);
+    EXPECT_EQ(lines[0], L"message");
+    EXPECT_EQ(lines[2], L"*** Stack Trace (x86) ***");
+    EXPECT_TRUE(LineMatches(lines[4],
+        L"\\[0x[0-9a-f]{8,}\\]  .*kw::Exception::\\w+(<kw::Exception>)?\\(\\) -> "
+        L"Exception\\.(cpp|h):[0-9]+"))
+        << lines[4];
+    const std::wstring caller =
+        L"\\[0x[0-9a-f]{8,}\\]  kw::\\(anonymous namespace\\)::ClonedExceptions_CarryTheTraceOfTheCloningThreadOnce_"
+        L"Test::TestBody\\(\\) -> ExceptionHandlingTest_posix\\.cpp:" +
+        std::to_wstring(line);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                  [&](const std::wstring& frame) { return LineMatches(frame, caller.c_str()); }),
+        1);
+    EXPECT_EQ(clone->Clone(true)->Message(), clone->Message());
+}
+
+// A fault that cannot be thrown from ends the process after the last report, which goes to
+// standard error (lines end there in "\n"). Each runs in a process of its own, started afresh
+// for the one test.
+class UnhandledFault : public testing::Test {
+protected:
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+TEST_F(UnhandledFault, StackOverflowIsReportedFromTheAlternateStack)
+{
+    EXPECT_EXIT(
+        {
+            InstallTranslator();
+            InstallUnhandledFilter();
+            FaultSite site;
+            DescendThenRead(1 << 30, site);
+        },
+        testing::ExitedWithCode(253),
+        "^\\[EXCEPTION_UNHANDLED\\] \\(0xc00000fd\\) at address \\[0x[0-9a-f]{8,}\\]\n"
+        "\n\\*\\*\\* Stack Trace \\(x86\\) \\*\\*\\*\n\n"
+        "\\[0x[0-9a-f]{8,}\\]  kw::\\(anonymous namespace\\)::DescendThenRead\\(\\) -> "
+        "ExceptionHandlingTest_posix\\.cpp:[0-9]+\n"
+        ".*<--------------------MORE--FRAMES-------------------->\n"
+        "\\[0x[0-9a-f]{8,}\\]  MODULE_BASE_ADDRESS\n");
+}
+
+TEST_F(UnhandledFault, FaultOnAThreadWithoutTheTranslatorIsReported)
+{
+    EXPECT_EXIT(
+        {
+            InstallUnhandledFilter();
+            std::thread([] {
+                FaultSite site;
+                ReadAt(0, site);
+            }).join();
+        },
+        testing::ExitedWithCode(5),
+        "^\\[EXCEPTION_UNHANDLED\\] \\(0xc0000005\\) at address \\[0x[0-9a-f]{8,}\\]\n"
+        "\n\\*\\*\\* Stack Trace \\(x86\\) \\*\\*\\*\n\n"
+        "\\[0x[0-9a-f]{8,}\\]  kw::\\(anonymous namespace\\)::ReadAt\\(\\) -> "
+        "ExceptionHandlingTest_posix\\.cpp:[0-9]+\n");
+}
+
+TEST_F(UnhandledFault, FaultInCodeWithoutUnwindTablesIsReported)
+{
+    EXPECT_EXIT(
+        {
+            InstallTranslator();
+            InstallUnhandledFilter();
+            std::uintptr_t pc = 0;
+            KwReadWithoutUnwindTables(0, &pc);
+        },
+        testing::ExitedWithCode(5),
+        "^\\[EXCEPTION_UNHANDLED\\] \\(0xc0000005\\) at address \\[0x[0-9a-f]{8,}\\]\n"
+        "\n\\*\\*\\* Stack Trace \\(x86\\) \\*\\*\\*\n\n"
+        "\\[0x[0-9a-f]{8,}\\]  KwReadWithoutUnwindTables\\(\\)\n"
+        "\\[0x[0-9a-f]{8,}\\]  kw::\\(anonymous namespace\\)::UnhandledFault_FaultInCodeWithoutUnwindTablesIsReported_"
+        "Test::TestBody\\(\\) -> ExceptionHandlingTest_posix\\.cpp:[0-9]+\n");
+}
+
+} // namespace
+} // namespace kw
+
+#endif
