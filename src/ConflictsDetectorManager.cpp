@@ -155,13 +155,17 @@ DetectionTask* ConflictsDetectorManager::TakeTask()
 void ConflictsDetectorManager::WorkerLoop()
 {
     while (DetectionTask* task = TakeTask()) {
+        // A failure is what its task reports: it is presented under the report lock, so that
+        // it never lands inside another package's block.
         try {
             RunTask(*task);
         } catch (const IException& e) {
             taskFailed_ = true;
+            const std::lock_guard lock(reportLock_);
             e.GetPresenter().Present(nullptr, e);
         } catch (const std::exception& e) {
             taskFailed_ = true;
+            const std::lock_guard lock(reportLock_);
             ExceptionPresenter::Instance().Present(nullptr, e);
         }
         // An empty pass through the named mutex after every task, as the hand-out always had.
