@@ -62,21 +62,7 @@ std::wstring Truncated(std::wstring text, size_t capacity)
     return text;
 }
 
-// Lower-case hexadecimal with at least `digits` digits.
-std::wstring Hex(std::uintmax_t value, int digits)
-{
-    static constexpr wchar_t kDigits[] = L"0123456789abcdef";
-    std::wstring text;
-    do {
-        text.insert(text.begin(), kDigits[value & 0xF]);
-        value >>= 4;
-    } while (value != 0);
-    if (static_cast<int>(text.size()) < digits)
-        text.insert(0, static_cast<size_t>(digits) - text.size(), L'0');
-    return text;
-}
-
-std::wstring AddressText(std::uintptr_t address) { return L"[0x" + Hex(address, 8) + L"]"; }
+std::wstring AddressText(std::uintptr_t address) { return L"[0x" + ToHex(address, 8) + L"]"; }
 
 // Debug information names a source by its path on the machine that built it, which for the
 // cross-built Windows program is a POSIX path: folders end at either separator.
@@ -122,7 +108,7 @@ std::wstring FaultHeadline(std::uint32_t code, std::uintptr_t address)
     const char* name = StructuredExceptionName(code);
     const std::wstring what = name != nullptr ? FromUtf8(name) : L"Unknown SEH Exception";
     return Truncated(
-        what + L" (0x" + Hex(code, 8) + L") at address " + AddressText(address) + L"\r\n", kHeadlineCapacity);
+        what + L" (0x" + ToHex(code, 8) + L") at address " + AddressText(address) + L"\r\n", kHeadlineCapacity);
 }
 
 std::wstring StackFrameLine(const StackFrame& frame)
@@ -183,8 +169,8 @@ void ReportUnhandledFault(const FaultRecord* fault, const void* context)
     const std::wstring typeName = ExceptionTypeName(kExceptionUnhandled);
     std::wstring message = L"[" + typeName + L"] ";
     if (fault != nullptr)
-        message += Truncated(
-            L"(0x" + Hex(fault->code, 8) + L") at address " + AddressText(fault->address) + L"\r\n", kHeadlineCapacity);
+        message += Truncated(L"(0x" + ToHex(fault->code, 8) + L") at address " + AddressText(fault->address) + L"\r\n",
+            kHeadlineCapacity);
     AppendStackTrace(message, context, kFaultTraceFrames);
     ExceptionPresenter::Instance().Show(nullptr, LoadText(kCrashTextId), message, typeName, kThisModule);
 }

@@ -169,7 +169,7 @@ bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b)
     return true;
 }
 
-std::wstring ToHex(std::uint32_t value)
+std::wstring ToHex(std::uintmax_t value, int minDigits)
 {
     static constexpr wchar_t kDigits[] = L"0123456789abcdef";
     std::wstring out;
@@ -177,6 +177,8 @@ std::wstring ToHex(std::uint32_t value)
         out.insert(out.begin(), kDigits[value & 0xF]);
         value >>= 4;
     } while (value != 0);
+    if (static_cast<int>(out.size()) < minDigits)
+        out.insert(0, static_cast<size_t>(minDigits) - out.size(), L'0');
     return out;
 }
 

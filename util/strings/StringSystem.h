@@ -25,7 +25,8 @@ inline bool LessOrdinal(std::wstring_view a, std::wstring_view b) { return Compa
 // Compares two texts ignoring case, as option and file names are compared.
 bool EqualsIgnoreCase(std::wstring_view a, std::wstring_view b);
 
-// Lower-case hexadecimal text of a code, without prefix or padding, for messages.
-std::wstring ToHex(std::uint32_t value);
+// Lower-case hexadecimal text of a code or an address, without prefix, with leading zeros up
+// to `minDigits` digits, for messages.
+std::wstring ToHex(std::uintmax_t value, int minDigits = 1);
 
 } // namespace kw
