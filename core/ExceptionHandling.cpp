@@ -81,6 +81,15 @@ std::wstring_view TrimmedBlanks(std::wstring_view text)
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
+// The line of a trace's first frame; empty when there is no trace.
+std::wstring_view FirstFrameOf(std::wstring_view trace)
+{
+    if (!trace.starts_with(kStackTraceHeader))
+        return {};
+    trace.remove_prefix(kStackTraceHeader.size());
+    return trace.substr(0, trace.find(L"\r\n"));
+}
+
 } // namespace
 
 const char* StructuredExceptionName(std::uint32_t code)
@@ -156,11 +165,15 @@ SehException TranslateFault(const FaultRecord* fault, const void* context)
 {
     if (fault == nullptr)
         return SehException(L"Unidentified SEH Exception !", kThisModule, kUnidentifiedFaultLine, kSehGeneric);
-    std::wstring message = FaultHeadline(fault->code, fault->address);
-    AppendStackTrace(message, context, kFaultTraceFrames);
+    std::wstring trace;
+    AppendStackTrace(trace, context, kFaultTraceFrames);
+    // The location is the faulting frame's: the first of the trace, read from the trace already
+    // walked rather than from a walk of its own, because a walk can take seconds (debug help
+    // reads the program's whole debug information for each one).
+    SourceLocation location = ThrowLocationFromTrace(FirstFrameOf(trace));
     const int kind = ClassifyAccessViolation(*fault);
-    message.insert(0, L"[" + AccessViolationName(kind) + L"] ");
-    SourceLocation location = GetThrowLocation(context);
+    std::wstring message =
+        L"[" + AccessViolationName(kind) + L"] " + FaultHeadline(fault->code, fault->address) + trace;
     return SehException(std::move(message), std::move(location.file), location.line, kind);
 }
 

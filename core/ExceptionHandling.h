@@ -87,8 +87,8 @@ std::wstring StackFrameLine(const StackFrame& frame);
 // (written whenever the limit is reached, more frames or not), and the module-base line.
 std::wstring FormatStackTrace(const std::vector<StackFrame>& frames, int maxFrames, std::uintptr_t moduleBase);
 
-// The location a one-frame trace names after " -> ", or the default location of a fault when
-// it names none.
+// The location a frame line (or a one-frame trace) names after " -> ", or the default location
+// of a fault when it names none.
 SourceLocation ThrowLocationFromTrace(std::wstring_view trace);
 
 // The exception a fault becomes: "[KIND] headline" + the trace of `context`, thrown from the
@@ -103,7 +103,6 @@ void ReportUnhandledFault(const FaultRecord* fault, const void* context);
 // Platform functions. A context is the processor state as the platform delivers it with a
 // fault (Windows: CONTEXT; POSIX: ucontext_t); null gives nothing.
 void AppendStackTrace(std::wstring& text, const void* context, int maxFrames);
-SourceLocation GetThrowLocation(const void* context);
 // The trace of the calling thread from its caller outwards.
 void AppendCurrentStackTrace(std::wstring& text, int maxFrames);
 

@@ -475,18 +475,6 @@ void AppendStackTrace(std::wstring& text, const void* context, int maxFrames)
     text += FormatStackTrace(SymbolizedFrames(raw, maxFrames), maxFrames, ProgramBase());
 }
 
-SourceLocation GetThrowLocation(const void* context)
-{
-    if (context == nullptr)
-        return ThrowLocationFromTrace(L"");
-    const WalkLock lock;
-    if (!lock.Held())
-        return ThrowLocationFromTrace(L"");
-    const std::vector<RawFrame> fault{{InstructionPointer(*static_cast<const ucontext_t*>(context)), true}};
-    const std::vector<StackFrame> frames = SymbolizedFrames(fault, 1);
-    return ThrowLocationFromTrace(frames.empty() ? L"" : StackFrameLine(frames.front()));
-}
-
 void InstallTranslator()
 {
     if (tTranslator != nullptr)
@@ -539,7 +527,6 @@ void kw_finish_fault()
 namespace kw {
 
 void AppendStackTrace(std::wstring&, const void*, int) { }
-SourceLocation GetThrowLocation(const void*) { return ThrowLocationFromTrace(L""); }
 void InstallTranslator() { }
 void InstallUnhandledFilter() { }
 

@@ -284,13 +284,6 @@ void AppendStackTrace(std::wstring& text, const void* context, int maxFrames)
     AppendTrace(text, copy, maxFrames, 0);
 }
 
-SourceLocation GetThrowLocation(const void* context)
-{
-    std::wstring trace;
-    AppendStackTrace(trace, context, 1);
-    return ThrowLocationFromTrace(trace);
-}
-
 void AppendCurrentStackTrace(std::wstring& text, int maxFrames)
 {
     CONTEXT context{};
