@@ -39,7 +39,6 @@ void ConsoleProgressSink::SetTotal(std::uint32_t count, bool add)
         total_ = count;
         stepsDone_ = 0;
     }
-    range_ = static_cast<std::uint64_t>(total_) * 1000;
 }
 
 void ConsoleProgressSink::BeginStep(std::uint32_t, double subRange, const std::wstring& text)
@@ -90,11 +89,12 @@ void ConsoleProgressSink::ReportLine(const std::wstring& text, int) { PrintLine(
 void ConsoleProgressSink::SetProgress(double value)
 {
     // Before a total is set there is nothing to be a fraction of.
-    if (range_ == 0)
+    const std::uint64_t range = std::uint64_t{total_} * static_cast<std::uint64_t>(kUnitsPerStep);
+    if (range == 0)
         return;
-    percent_ = value * 100 / static_cast<double>(range_);
+    percent_ = value * 100 / static_cast<double>(range);
     taskbar_.completed = static_cast<std::uint64_t>(std::max(value, 0.0));
-    taskbar_.total = range_;
+    taskbar_.total = range;
     button_.SetValue(taskbar_.completed, taskbar_.total);
 }
 

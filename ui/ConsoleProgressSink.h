@@ -46,7 +46,6 @@ private:
     const OptionMap* options_;
     TaskbarButton button_;
     TaskbarProgress taskbar_;
-    std::uint64_t range_ = 0; // total steps x 1000
     std::uint32_t total_ = 0;
     double stepsDone_ = 0;
     double position_ = 0;
