@@ -26,10 +26,10 @@
 #include <thread>
 #include <vector>
 
+#include "engine/DetectionRequest.h"
 #include "os/Module.h"
 #include "repository/PackageRepository.h"
 #include "rules/RulePackage.h"
-#include "src/ConflictsDetectorManager.h"
 #include "util/strings/StringSystem.h"
 
 extern char** environ;

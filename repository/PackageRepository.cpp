@@ -2,11 +2,18 @@
 
 #include <cwctype>
 
-#include "msicomp/MsiDatabase.h"
-#include "msicomp/MsiQuery.h"
+#include "msicomp/apppaths/AppPaths.h"
 #include "os/FileSystem.h"
+#include "util/strings/StringSystem.h"
 
 namespace kw {
+
+namespace {
+
+// The levels below a named repository folder that are searched, besides the folder itself.
+constexpr int kNamedFolderDepth = 10;
+
+} // namespace
 
 bool MatchesPattern(std::wstring_view name, std::wstring_view pattern)
 {
@@ -54,13 +61,12 @@ bool ListFiles(const std::wstring& folder, const std::wstring& pattern, std::vec
     return !found.empty();
 }
 
-std::wstring ReadProductName(const std::wstring& path)
+RepositoryFolder ChooseRepository(const std::wstring& named)
 {
-    MsiHandle database;
-    std::wstring name;
-    if (OpenPackage(SystemPath(path), database) == 0)
-        GetPropertyValue(database.Get(), L"ProductName", name);
-    return name;
+    const std::wstring defaultFolder = PathVariable(L"KW_REPOSITORY");
+    if (!named.empty() && !EqualsIgnoreCase(named, defaultFolder))
+        return {named, kNamedFolderDepth};
+    return {defaultFolder, 0};
 }
 
 } // namespace kw

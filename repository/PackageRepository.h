@@ -17,7 +17,15 @@ bool MatchesPattern(std::wstring_view name, std::wstring_view pattern);
 // afterwards. A folder that cannot be searched adds nothing.
 bool ListFiles(const std::wstring& folder, const std::wstring& pattern, std::vector<std::wstring>& found, int depth);
 
-// The package's ProductName; empty text when it cannot be opened or has none.
-std::wstring ReadProductName(const std::wstring& path);
+// A folder of packages and how many levels below it are searched.
+struct RepositoryFolder {
+    std::wstring folder;
+    int depth = 0;
+};
+
+// The folder a run takes its packages from: the one the user named (MsiRepo), searched ten
+// levels deep; without one, or when it names the default repository (letter case ignored), the
+// default repository, whose packages stand directly in its folder.
+RepositoryFolder ChooseRepository(const std::wstring& named);
 
 } // namespace kw

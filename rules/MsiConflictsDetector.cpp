@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 
-#include "os/ResourceText.h"
 #include "rules/RuleCatalogue.h"
 #include "util/strings/StringSystem.h"
 
@@ -20,50 +19,57 @@ enum class Conflict {
     Always, // every common row
 };
 
-struct DetailColumn {
-    const wchar_t* column;
-    bool rootName = false; // a registry root shown by its name
+// A column of a row, reported as a value of this field.
+struct ColumnField {
+    FindingField field;
+    const wchar_t* column; // null: no value
 };
+using ColumnFields = std::array<ColumnField, 5>;
 
 struct RowRuleSpec {
     const wchar_t* id;
-    unsigned titleId;
-    unsigned detailId;
     View first; // of the package under test, or of the repository package when reversed
     View second;
     Conflict conflict;
-    std::array<const wchar_t*, 3> compared;
-    // The detail's arguments: these columns of the first package's row, then for each package
-    // (first, second) its name, its path and these columns of its row.
-    std::array<DetailColumn, 5> keyColumns;
-    std::array<const wchar_t*, 5> packageColumns;
+    std::array<const wchar_t*, 3> compared{}; // unused entries are null
+    ColumnFields subject{}; // what both rows have, from the first package's row
+    ColumnFields side{}; // each package's own, from its row
 };
 
-// Findings of one rule, with its title loaded once.
+// Findings of one rule.
 class Findings {
 public:
-    Findings(const wchar_t* id, unsigned titleId) : id_(id), titleId_(titleId) { }
+    explicit Findings(const wchar_t* ruleId) : ruleId_(ruleId) { }
 
-    void Add(unsigned detailId, const std::vector<std::wstring>& arguments)
+    void Add(std::vector<FindingValue> subject, FindingSide first, FindingSide second)
     {
-        if (!titleLoaded_) {
-            title_ = LoadText(titleId_);
-            titleLoaded_ = true;
-        }
-        list_.push_back(MakeFinding(id_, title_, FormatDetail(detailId, arguments)));
+        list_.push_back(std::make_shared<const ConflictFinding>(
+            ConflictFinding{ruleId_, std::move(subject), {std::move(first), std::move(second)}}));
     }
 
     FindingList Take() { return std::move(list_); }
 
 private:
-    const wchar_t* id_;
-    unsigned titleId_;
-    std::wstring title_;
-    bool titleLoaded_ = false;
+    const wchar_t* ruleId_;
     FindingList list_;
 };
 
 const std::wstring& Value(const KeyedRow& row, const wchar_t* column) { return ColumnValue(*row.row, column); }
+
+std::vector<FindingValue> Values(const KeyedRow& row, const ColumnFields& fields)
+{
+    std::vector<FindingValue> values;
+    for (const ColumnField& field : fields) {
+        if (field.column != nullptr)
+            values.push_back({field.field, Value(row, field.column)});
+    }
+    return values;
+}
+
+FindingSide Side(RulePackage& package, std::vector<FindingValue> values = {})
+{
+    return {package.Identity(), std::move(values)};
+}
 
 bool AnyDiffers(const KeyedRow& a, const KeyedRow& b, const std::array<const wchar_t*, 3>& columns)
 {
@@ -83,104 +89,186 @@ bool IsConflict(const RowRuleSpec& spec, const KeyedRow& a, const KeyedRow& b)
     return false;
 }
 
-void AppendPackage(std::vector<std::wstring>& arguments, RulePackage& package, const KeyedRow& row,
-    const std::array<const wchar_t*, 5>& columns)
-{
-    arguments.push_back(package.Name());
-    arguments.push_back(package.DisplayPath());
-    for (const wchar_t* column : columns) {
-        if (column != nullptr)
-            arguments.push_back(Value(row, column));
-    }
-}
-
 void RunRowRule(PackagePair& pair, const RowRuleSpec& spec, bool reversed, Findings& findings)
 {
     for (const KeyedRow& a : pair.Common(spec.first, spec.second, reversed)) {
         const KeyedRow& b = pair.FirstMatch(spec.second, a, reversed);
-        if (!IsConflict(spec, a, b))
-            continue;
-        std::vector<std::wstring> arguments;
-        for (const DetailColumn& key : spec.keyColumns) {
-            if (key.column != nullptr)
-                arguments.push_back(key.rootName ? RegistryRootName(Value(a, key.column)) : Value(a, key.column));
+        if (IsConflict(spec, a, b)) {
+            findings.Add(Values(a, spec.subject), Side(pair.First(reversed), Values(a, spec.side)),
+                Side(pair.Second(reversed), Values(b, spec.side)));
         }
-        AppendPackage(arguments, pair.First(reversed), a, spec.packageColumns);
-        AppendPackage(arguments, pair.Second(reversed), b, spec.packageColumns);
-        findings.Add(spec.detailId, arguments);
     }
 }
 
-// The rule of one spec, or of several run one after the other under the first one's title.
+// The rule of one definition, or of several run one after the other.
 template <const RowRuleSpec&... Specs> FindingList RowRule(PackagePair& pair)
 {
     constexpr const RowRuleSpec* kSpecs[] = {&Specs...};
-    Findings findings(kSpecs[0]->id, kSpecs[0]->titleId);
+    Findings findings(kSpecs[0]->id);
     (RunRowRule(pair, Specs, false, findings), ...);
     return findings.Take();
 }
 
-constexpr std::array<const wchar_t*, 5> kComponentOfRow = {L"Component_", L"ComponentId"};
+constexpr ColumnField kFolder = {FindingField::Folder, kFullPathDirColumn};
+constexpr ColumnField kFileName = {FindingField::FileName, L"FileName"};
+constexpr ColumnField kComponent = {FindingField::Component, L"Component_"};
+constexpr ColumnField kComponentId = {FindingField::ComponentId, L"ComponentId"};
+constexpr ColumnFields kComponentOfRow = {kComponent, kComponentId};
+constexpr ColumnFields kRegistryEntry = {
+    ColumnField{FindingField::Root, L"Root"}, {FindingField::Key, L"Key"}, {FindingField::Name, L"Name"}};
 
-constexpr RowRuleSpec kComponentFolders = {L"CR1", 5819, 64100, View::ComponentsById, View::ComponentsById,
-    Conflict::DifferentValue, {kFullPathDirColumn}, {{{L"ComponentId"}}}, {L"Component", kFullPathDirColumn}};
-constexpr RowRuleSpec kFileComponents = {L"CR3", 5821, 5800, View::FilesByFolderAndName, View::FilesByFolderAndName,
-    Conflict::DifferentComponentId, {}, {{{kFullPathDirColumn}, {L"FileName"}}}, kComponentOfRow};
-constexpr RowRuleSpec kFileVersions = {L"CR4", 5822, 5801, View::FilesByComponentFolderAndName,
-    View::FilesByComponentFolderAndName, Conflict::DifferentValue, {L"Version"},
-    {{{kFullPathDirColumn}, {L"FileName"}, {L"ComponentId"}}}, {L"Component_", L"Version"}};
-constexpr RowRuleSpec kModuleVersions = {L"CR5", 64102, 5802, View::ModulesById, View::ModulesById,
-    Conflict::DifferentValue, {L"Version"}, {{{L"ModuleID"}}}, {L"Version"}};
-constexpr RowRuleSpec kRegistryComponents = {L"CR6", 5823, 5803, View::RegistryByEntry, View::RegistryByEntry,
-    Conflict::DifferentComponentId, {}, {{{L"Root", true}, {L"Key"}, {L"Name"}}}, kComponentOfRow};
-constexpr RowRuleSpec kShortcutComponents = {L"CR7", 5824, 5804, View::ShortcutsByFolderAndName,
-    View::ShortcutsByFolderAndName, Conflict::DifferentComponentId, {}, {{{kFullPathDirColumn}, {L"Name"}}},
-    kComponentOfRow};
-constexpr RowRuleSpec kIniEntryComponents = {L"CR8", 5825, 5805, View::IniFilesByEntry, View::IniFilesByEntry,
-    Conflict::DifferentComponentId, {}, {{{kFullPathDirColumn}, {L"FileName"}, {L"Section"}, {L"Key"}, {L"Value"}}},
-    kComponentOfRow};
-constexpr RowRuleSpec kDataSourceComponents = {L"CR9", 5826, 5806, View::DataSourcesByName, View::DataSourcesByName,
-    Conflict::DifferentComponentId, {}, {{{L"DataSource"}}}, kComponentOfRow};
-constexpr RowRuleSpec kDriverComponents = {L"CR9", 5826, 5807, View::DriversByName, View::DriversByName,
-    Conflict::DifferentComponentId, {}, {{{L"Driver"}}}, kComponentOfRow};
-constexpr RowRuleSpec kServiceComponents = {L"CR10", 5827, 5808, View::ServicesByName, View::ServicesByName,
-    Conflict::DifferentComponentId, {}, {{{L"Name"}}}, kComponentOfRow};
-constexpr RowRuleSpec kVerbComponents = {L"CR11", 5828, 5809, View::VerbsByExtensionAndVerb,
-    View::VerbsByExtensionAndVerb, Conflict::DifferentComponentId, {}, {{{L"Extension"}, {L"Verb"}}}, kComponentOfRow};
-constexpr RowRuleSpec kIniFilesInstalled = {L"CR15", 5832, 5813, View::IniFilesByFolderAndName,
-    View::FilesByFolderAndName, Conflict::Always, {}, {{{kFullPathDirColumn}, {L"FileName"}}}, {L"Component_"}};
-constexpr RowRuleSpec kFileDetails = {L"CR16", 5833, 5814, View::FilesByFolderAndName, View::FilesByFolderAndName,
-    Conflict::DifferentComponentIdAndValue, {L"FileSize", L"Version", L"Language"},
-    {{{kFullPathDirColumn}, {L"FileName"}}}, {L"Component_", L"ComponentId", L"FileSize", L"Version", L"Language"}};
-constexpr RowRuleSpec kRegistryValues = {L"CR17", 5834, 5815, View::RegistryByEntry, View::RegistryByEntry,
-    Conflict::DifferentValue, {L"Value"}, {{{L"Root", true}, {L"Key"}, {L"Name"}}}, {L"Value"}};
-constexpr RowRuleSpec kKeyPathComponents = {L"CR18", 5835, 5816, View::ComponentsByKeyPath, View::ComponentsByKeyPath,
-    Conflict::DifferentComponentId, {}, {{{L"KeyPath"}, {kFullPathDirColumn}}}, {L"Component", L"ComponentId"}};
+constexpr RowRuleSpec kComponentFolders = {
+    .id = L"CR1",
+    .first = View::ComponentsById,
+    .second = View::ComponentsById,
+    .conflict = Conflict::DifferentValue,
+    .compared = {kFullPathDirColumn},
+    .subject = {kComponentId},
+    .side = {ColumnField{FindingField::Component, L"Component"}, kFolder},
+};
+constexpr RowRuleSpec kFileComponents = {
+    .id = L"CR3",
+    .first = View::FilesByFolderAndName,
+    .second = View::FilesByFolderAndName,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {kFolder, kFileName},
+    .side = kComponentOfRow,
+};
+constexpr RowRuleSpec kFileVersions = {
+    .id = L"CR4",
+    .first = View::FilesByComponentFolderAndName,
+    .second = View::FilesByComponentFolderAndName,
+    .conflict = Conflict::DifferentValue,
+    .compared = {L"Version"},
+    .subject = {kFolder, kFileName, kComponentId},
+    .side = {kComponent, ColumnField{FindingField::Version, L"Version"}},
+};
+constexpr RowRuleSpec kModuleVersions = {
+    .id = L"CR5",
+    .first = View::ModulesById,
+    .second = View::ModulesById,
+    .conflict = Conflict::DifferentValue,
+    .compared = {L"Version"},
+    .subject = {ColumnField{FindingField::ModuleId, L"ModuleID"}},
+    .side = {ColumnField{FindingField::Version, L"Version"}},
+};
+constexpr RowRuleSpec kRegistryComponents = {
+    .id = L"CR6",
+    .first = View::RegistryByEntry,
+    .second = View::RegistryByEntry,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = kRegistryEntry,
+    .side = kComponentOfRow,
+};
+constexpr RowRuleSpec kShortcutComponents = {
+    .id = L"CR7",
+    .first = View::ShortcutsByFolderAndName,
+    .second = View::ShortcutsByFolderAndName,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {kFolder, ColumnField{FindingField::Name, L"Name"}},
+    .side = kComponentOfRow,
+};
+constexpr RowRuleSpec kIniEntryComponents = {
+    .id = L"CR8",
+    .first = View::IniFilesByEntry,
+    .second = View::IniFilesByEntry,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {kFolder, kFileName, ColumnField{FindingField::Section, L"Section"}, {FindingField::Key, L"Key"},
+        {FindingField::Value, L"Value"}},
+    .side = kComponentOfRow,
+};
+constexpr RowRuleSpec kDataSourceComponents = {
+    .id = L"CR9",
+    .first = View::DataSourcesByName,
+    .second = View::DataSourcesByName,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {ColumnField{FindingField::DataSource, L"DataSource"}},
+    .side = kComponentOfRow,
+};
+constexpr RowRuleSpec kDriverComponents = {
+    .id = L"CR9",
+    .first = View::DriversByName,
+    .second = View::DriversByName,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {ColumnField{FindingField::Driver, L"Driver"}},
+    .side = kComponentOfRow,
+};
+constexpr RowRuleSpec kServiceComponents = {
+    .id = L"CR10",
+    .first = View::ServicesByName,
+    .second = View::ServicesByName,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {ColumnField{FindingField::Name, L"Name"}},
+    .side = kComponentOfRow,
+};
+constexpr RowRuleSpec kVerbComponents = {
+    .id = L"CR11",
+    .first = View::VerbsByExtensionAndVerb,
+    .second = View::VerbsByExtensionAndVerb,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {ColumnField{FindingField::Extension, L"Extension"}, {FindingField::Verb, L"Verb"}},
+    .side = kComponentOfRow,
+};
+// The package that edits the INI file is the first side, the one that installs it the second.
+constexpr RowRuleSpec kIniFilesInstalled = {
+    .id = L"CR15",
+    .first = View::IniFilesByFolderAndName,
+    .second = View::FilesByFolderAndName,
+    .conflict = Conflict::Always,
+    .subject = {kFolder, kFileName},
+    .side = {kComponent},
+};
+constexpr RowRuleSpec kFileDetails = {
+    .id = L"CR16",
+    .first = View::FilesByFolderAndName,
+    .second = View::FilesByFolderAndName,
+    .conflict = Conflict::DifferentComponentIdAndValue,
+    .compared = {L"FileSize", L"Version", L"Language"},
+    .subject = {kFolder, kFileName},
+    .side = {kComponent, kComponentId, ColumnField{FindingField::FileSize, L"FileSize"},
+        {FindingField::Version, L"Version"}, {FindingField::Language, L"Language"}},
+};
+constexpr RowRuleSpec kRegistryValues = {
+    .id = L"CR17",
+    .first = View::RegistryByEntry,
+    .second = View::RegistryByEntry,
+    .conflict = Conflict::DifferentValue,
+    .compared = {L"Value"},
+    .subject = kRegistryEntry,
+    .side = {ColumnField{FindingField::Value, L"Value"}},
+};
+constexpr RowRuleSpec kKeyPathComponents = {
+    .id = L"CR18",
+    .first = View::ComponentsByKeyPath,
+    .second = View::ComponentsByKeyPath,
+    .conflict = Conflict::DifferentComponentId,
+    .subject = {ColumnField{FindingField::KeyPath, L"KeyPath"}, kFolder},
+    .side = {ColumnField{FindingField::Component, L"Component"}, kComponentId},
+};
 
 // CR15 looks both ways: INI files the package under test edits that the repository package
-// installs, then the reverse; the editing package is named first.
+// installs, then the reverse.
 FindingList IniFilesInstalledAsFiles(PackagePair& pair)
 {
-    Findings findings(kIniFilesInstalled.id, kIniFilesInstalled.titleId);
+    Findings findings(kIniFilesInstalled.id);
     RunRowRule(pair, kIniFilesInstalled, false, findings);
     RunRowRule(pair, kIniFilesInstalled, true, findings);
     return findings.Take();
 }
 
 // CR2: for each ComponentId both packages have (once, however many rows carry it), every file
-// of that component that only one package installs.
+// of that component that only one package installs. The package that has it is the first side.
 FindingList ComponentFiles(PackagePair& pair)
 {
-    Findings findings(L"CR2", 5820);
+    Findings findings(L"CR2");
     const auto byComponent = [](const KeyedRow& a, const KeyedRow& b) {
         return CompareOrdinal(*a.key[0], *b.key[0]) < 0;
     };
     const std::vector<KeyedRow>& filesA = pair.UnderTest().Sorted(View::FilesByComponentAndName);
     const std::vector<KeyedRow>& filesB = pair.Repository().Sorted(View::FilesByComponentAndName);
     const auto report = [&](const KeyedRow& file, RulePackage& having, RulePackage& lacking) {
-        findings.Add(64101,
-            {*file.key[0], *file.key[1], having.Name(), having.DisplayPath(), Value(file, L"Component_"),
-                lacking.Name(), lacking.DisplayPath()});
+        findings.Add({{FindingField::ComponentId, *file.key[0]}, {FindingField::FileName, *file.key[1]}},
+            Side(having, {{FindingField::Component, Value(file, L"Component_")}}), Side(lacking));
     };
     const std::wstring* previous = nullptr;
     for (const KeyedRow& component : pair.Common(View::ComponentsById, View::ComponentsById)) {
@@ -207,15 +295,15 @@ FindingList ComponentFiles(PackagePair& pair)
 // CR12 to CR14: one code of each package, read once per package, equal in both.
 struct CodeRuleSpec {
     const wchar_t* id;
-    unsigned titleId;
-    unsigned detailId;
     std::wstring PackageCodes::*code;
     bool PackageCodes::*present; // null: the code is present when not empty
 };
 
-constexpr CodeRuleSpec kPackageCode = {L"CR12", 5829, 5810, &PackageCodes::packageCode, nullptr};
-constexpr CodeRuleSpec kProductCode = {L"CR13", 5830, 5811, &PackageCodes::productCode, &PackageCodes::hasProductCode};
-constexpr CodeRuleSpec kUpgradeCode = {L"CR14", 5831, 5812, &PackageCodes::upgradeCode, &PackageCodes::hasUpgradeCode};
+constexpr CodeRuleSpec kPackageCode = {.id = L"CR12", .code = &PackageCodes::packageCode, .present = nullptr};
+constexpr CodeRuleSpec kProductCode = {
+    .id = L"CR13", .code = &PackageCodes::productCode, .present = &PackageCodes::hasProductCode};
+constexpr CodeRuleSpec kUpgradeCode = {
+    .id = L"CR14", .code = &PackageCodes::upgradeCode, .present = &PackageCodes::hasUpgradeCode};
 
 template <const CodeRuleSpec& Spec> FindingList SharedCode(PackagePair& pair)
 {
@@ -224,12 +312,9 @@ template <const CodeRuleSpec& Spec> FindingList SharedCode(PackagePair& pair)
     const auto present = [](const PackageCodes& codes) {
         return Spec.present != nullptr ? codes.*Spec.present : !(codes.*Spec.code).empty();
     };
-    Findings findings(Spec.id, Spec.titleId);
-    if (present(a) && present(b) && a.*Spec.code == b.*Spec.code) {
-        findings.Add(Spec.detailId,
-            {a.*Spec.code, pair.UnderTest().Name(), pair.UnderTest().DisplayPath(), pair.Repository().Name(),
-                pair.Repository().DisplayPath()});
-    }
+    Findings findings(Spec.id);
+    if (present(a) && present(b) && a.*Spec.code == b.*Spec.code)
+        findings.Add({{FindingField::Code, a.*Spec.code}}, Side(pair.UnderTest()), Side(pair.Repository()));
     return findings.Take();
 }
 
@@ -237,7 +322,7 @@ template <const CodeRuleSpec& Spec> FindingList SharedCode(PackagePair& pair)
 // where at least one package does not install them through that module's components.
 FindingList ModuleSuppliedEntries(PackagePair& pair)
 {
-    Findings findings(L"CR19", 5910);
+    Findings findings(L"CR19");
     if (pair.Modules() == nullptr || pair.Modules()->Modules().empty())
         return findings.Take();
     MergeModules& modules = *pair.Modules();
@@ -252,10 +337,12 @@ FindingList ModuleSuppliedEntries(PackagePair& pair)
         if (IsModuleComponent(componentA, module->moduleId, moduleComponentsA) &&
             IsModuleComponent(componentB, module->moduleId, moduleComponentsB))
             return;
-        findings.Add(5911,
-            {table, entry, module->info.subject, module->info.version, module->info.path, pair.UnderTest().Name(),
-                pair.UnderTest().DisplayPath(), componentA, pair.Repository().Name(), pair.Repository().DisplayPath(),
-                componentB});
+        findings.Add(
+            {{FindingField::Table, table}, {FindingField::Entry, entry},
+                {FindingField::MergeModule, module->info.subject}, {FindingField::ModuleVersion, module->info.version},
+                {FindingField::ModulePath, module->info.path}},
+            Side(pair.UnderTest(), {{FindingField::Component, componentA}}),
+            Side(pair.Repository(), {{FindingField::Component, componentB}}));
     };
     for (const KeyedRow& a : pair.Common(View::FilesByFolderAndName, View::FilesByFolderAndName)) {
         const std::wstring path = *a.key[0] + L"\\" + *a.key[1];

@@ -17,7 +17,6 @@ const std::vector<KeyedRow>& PackagePair::Common(View first, View second, bool r
     const auto key = std::make_tuple(first, second, reversed);
     if (const auto found = common_.find(key); found != common_.end())
         return found->second;
-    ++intersections_;
     const std::vector<KeyedRow>& left = First(reversed).Sorted(first);
     const std::vector<KeyedRow>& right = Second(reversed).Sorted(second);
     std::vector<KeyedRow> common;

@@ -31,15 +31,11 @@ public:
     // The first row of the second package's view with the key of `row`; its key must be there.
     const KeyedRow& FirstMatch(View second, const KeyedRow& row, bool reversed = false) const;
 
-    // How often common rows were worked out, to prove that each is worked out once.
-    int IntersectionCount() const { return intersections_; }
-
 private:
     RulePackage& underTest_;
     RulePackage& repository_;
     MergeModules* modules_;
     std::map<std::tuple<View, View, bool>, std::vector<KeyedRow>> common_;
-    int intersections_ = 0;
 };
 
 } // namespace kw

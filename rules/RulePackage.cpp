@@ -220,6 +220,11 @@ const std::wstring& RulePackage::Name()
     });
 }
 
+const std::shared_ptr<const PackageIdentity>& RulePackage::Identity()
+{
+    return Get(identity_, [this] { return std::make_shared<const PackageIdentity>(Name(), displayPath_); });
+}
+
 const PackageCodes& RulePackage::Codes()
 {
     return Get(codes_, [this] {
@@ -242,7 +247,6 @@ const std::vector<MsiRow>& RulePackage::Rows(RowSet set)
 std::vector<MsiRow> RulePackage::Query(RowSet set)
 {
     Open();
-    ++queries_[static_cast<size_t>(set)];
     if (!database_)
         return {};
     const RowSetSpec& spec = kRowSets[static_cast<size_t>(set)];
@@ -270,7 +274,6 @@ const std::vector<KeyedRow>& RulePackage::Sorted(View view)
     return Get(views_[static_cast<size_t>(view)], [this, view] {
         const ViewSpec& spec = kViews[static_cast<size_t>(view)];
         const std::vector<MsiRow>& rows = Rows(spec.set);
-        ++sorts_[static_cast<size_t>(view)];
         std::vector<std::wstring> columns;
         for (const wchar_t* key : spec.order->keys) {
             if (key != nullptr)
@@ -292,7 +295,7 @@ const std::vector<KeyedRow>& RulePackage::Sorted(View view)
 
 void RulePackage::LoadAll()
 {
-    Name();
+    Identity();
     Codes();
     for (int view = 0; view < static_cast<int>(View::Count); ++view)
         Sorted(static_cast<View>(view));

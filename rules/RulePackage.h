@@ -12,6 +12,7 @@
 #include "msicomp/MsiHandle.h"
 #include "msicomp/MsiTableView.h"
 #include "msicomp/PackageTables.h"
+#include "rules/ConflictFinding.h"
 
 namespace kw {
 
@@ -98,6 +99,8 @@ public:
     const std::wstring& DisplayPath() const { return displayPath_; }
     // ProductName; empty when the package cannot be opened or has none.
     const std::wstring& Name();
+    // The name and the display path, as findings carry them.
+    const std::shared_ptr<const PackageIdentity>& Identity();
 
     const std::vector<MsiRow>& Rows(RowSet set);
     const std::vector<KeyedRow>& Sorted(View view);
@@ -105,11 +108,6 @@ public:
 
     // Fills every cache now, so that pairs running at the same time only read them.
     void LoadAll();
-
-    // How often each row set was queried and each view sorted, to prove that nothing is
-    // read or sorted twice.
-    int QueryCount(RowSet set) const { return queries_[static_cast<size_t>(set)].load(); }
-    int SortCount(View view) const { return sorts_[static_cast<size_t>(view)].load(); }
 
     RulePackage(const RulePackage&) = delete;
     RulePackage& operator=(const RulePackage&) = delete;
@@ -132,11 +130,10 @@ private:
     MsiHandle database_;
     std::unique_ptr<PackageTables> directories_; // the full paths of its folders
     Slot<std::wstring> name_;
+    Slot<std::shared_ptr<const PackageIdentity>> identity_;
     Slot<PackageCodes> codes_;
     std::array<Slot<std::vector<MsiRow>>, static_cast<size_t>(RowSet::Count)> rows_;
     std::array<Slot<std::vector<KeyedRow>>, static_cast<size_t>(View::Count)> views_;
-    std::array<std::atomic<int>, static_cast<size_t>(RowSet::Count)> queries_{};
-    std::array<std::atomic<int>, static_cast<size_t>(View::Count)> sorts_{};
 };
 
 } // namespace kw

@@ -4,14 +4,12 @@
 
 #include "os/Console.h"
 #include "os/ResourceText.h"
+#include "res/TextIds.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
 
 namespace {
-
-constexpr unsigned kUsageTextId = 1118;
-constexpr int kMaxListNumber = 49;
 
 using Tokens = std::vector<std::wstring>;
 
@@ -35,19 +33,6 @@ bool TakeValue(Tokens& tokens, const std::wstring& name, std::wstring& value)
 }
 
 } // namespace
-
-std::wstring OptionMap::Get(const std::wstring& name) const
-{
-    const auto found = values_.find(name);
-    return found != values_.end() ? found->second : std::wstring();
-}
-
-const std::vector<std::wstring>& OptionMap::GetList(const std::wstring& name) const
-{
-    static const std::vector<std::wstring> kNone;
-    const auto found = lists_.find(name);
-    return found != lists_.end() ? found->second : kNone;
-}
 
 std::vector<std::wstring> TokeniseCommandLine(std::wstring_view line)
 {
@@ -108,18 +93,6 @@ std::wstring JoinCommandLine(std::span<const std::wstring> arguments)
     return line;
 }
 
-std::set<std::wstring> SplitRuleIds(std::wstring_view list)
-{
-    std::set<std::wstring> ids;
-    for (size_t start = 0; start <= list.size();) {
-        const size_t end = std::min(list.find(L';', start), list.size());
-        if (end > start)
-            ids.emplace(list.substr(start, end - start));
-        start = end + 1;
-    }
-    return ids;
-}
-
 bool CommandLineParser::Parse(std::wstring_view commandLine, OptionMap& options)
 {
     Tokens tokens = TokeniseCommandLine(commandLine);
@@ -149,21 +122,8 @@ bool CommandLineParser::Parse(std::wstring_view commandLine, OptionMap& options)
             }
             break;
         }
-        case OptionKind::NumberedList: {
-            std::vector<std::wstring> values;
-            for (int number = 0; number <= kMaxListNumber; ++number) {
-                std::wstring value;
-                if (TakeValue(tokens, number == 0 ? name : name + std::to_wstring(number), value))
-                    values.push_back(std::move(value));
-            }
-            found = !values.empty();
-            if (found)
-                options.SetList(name, std::move(values));
-            break;
         }
-        }
-        if (found)
-            mode_ |= spec.modeBits;
+        anyOptionGiven_ = anyOptionGiven_ || found;
     }
     return tokens.empty();
 }
@@ -171,12 +131,10 @@ bool CommandLineParser::Parse(std::wstring_view commandLine, OptionMap& options)
 void CommandLineParser::PrintUsage() const
 {
     ConsoleWriter& console = ConsoleWriter::Get();
-    console.WriteLine(LoadText(kUsageTextId));
+    console.WriteLine(LoadText(IDS_USAGE));
     ScopedConsoleColour green(ConsoleColour::Green);
-    for (const OptionSpec& spec : table_) {
-        if (!spec.hidden)
-            console.WriteLine(std::wstring(L"   /") + spec.name);
-    }
+    for (const OptionSpec& spec : table_)
+        console.WriteLine(std::wstring(L"   /") + spec.name);
 }
 
 } // namespace kw

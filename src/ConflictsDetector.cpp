@@ -5,11 +5,14 @@
 #include "core/Exception.h"
 #include "core/ExceptionHandling.h"
 #include "core/ExceptionPresenter.h"
+#include "core/ReportLocations.h"
+#include "engine/ConflictsDetectorManager.h"
 #include "os/Console.h"
 #include "os/Module.h"
 #include "os/ResourceText.h"
-#include "src/ConflictsDetectorManager.h"
+#include "res/TextIds.h"
 #include "ui/ConsoleProgressSink.h"
+#include "ui/ProgressReport.h"
 #include "ui/Windowing.h"
 #include "ui/Wizard.h"
 #include "util/strings/StringSystem.h"
@@ -22,9 +25,6 @@ constexpr const wchar_t* kTitle = L"Kitewright Conflicts Detector";
 constexpr const wchar_t* kBanner = L"\n*** Kitewright Conflicts Detector ***\n";
 constexpr const wchar_t* kClosingLine = L"\n\nKitewright Conflicts Detector DONE.";
 
-constexpr unsigned kCancelledTextId = 5785;
-constexpr unsigned kFailedTextId = 5786;
-constexpr unsigned kNoWizardTextId = 1119;
 constexpr std::uint32_t kErrorOperationAborted = 995;
 
 } // namespace
@@ -40,8 +40,7 @@ ConflictsDetector::~ConflictsDetector()
 bool ConflictsDetector::Initialise()
 {
     if (!LoadResourceLibrary())
-        throw WindowsException(KW_HERE);
-    helpFile_ = ExecutableFolder() + L"kitew.chm";
+        throw WindowsException(kStartupFailureLocation.file, kStartupFailureLocation.line);
     InitialiseCommonControls();
     if (const std::int32_t result = InitialiseWindowing(); result < 0)
         throw WindowsException(KW_HERE, static_cast<std::uint32_t>(result));
@@ -57,7 +56,7 @@ std::uint32_t ConflictsDetector::Run()
         parser_.PrintUsage();
         result = 1;
     } else {
-        if (parser_.Mode() != 0)
+        if (parser_.AnyOptionGiven())
             SetUpConsole();
         // Options without NoUI still open the wizard, with the console already set up.
         if (EqualsIgnoreCase(options_.Get(L"NoUI"), L"true")) {
@@ -66,7 +65,7 @@ std::uint32_t ConflictsDetector::Run()
             result = *wizard;
         } else {
             SetUpConsole();
-            ConsoleWriter::Get().WriteLine(LoadText(kNoWizardTextId));
+            ConsoleWriter::Get().WriteLine(LoadText(IDS_NO_WIZARD));
             parser_.PrintUsage();
             result = 1;
         }
@@ -76,8 +75,6 @@ std::uint32_t ConflictsDetector::Run()
         console->Write(kClosingLine);
     return result;
 }
-
-std::set<std::wstring> ConflictsDetector::ExcludedRules() const { return SplitRuleIds(options_.Get(L"ExcludedRules")); }
 
 void ConflictsDetector::SetUpConsole()
 {
@@ -93,15 +90,19 @@ void ConflictsDetector::SetUpConsole()
 std::uint32_t ConflictsDetector::RunInConsole()
 {
     ComApartment com;
-    ConsoleProgressSink sink(true, &options_);
-    sink.SetCancelled(false);
-    std::uint32_t result = 0;
-    {
-        ConflictsDetectorManager manager(options_, &sink);
-        result = manager.Run();
+    ConsoleProgressSink sink(true);
+    ProgressReport report(sink);
+    std::uint32_t result = 1;
+    try {
+        result = ConflictsDetectorManager(report).Run(MakeDetectionRequest(options_));
+    } catch (...) {
+        // The request could not be made (a path variables file that cannot be read, say): the
+        // run fails as it would had it begun.
+        report.RunFinished({.result = result, .error = CurrentRunError()});
     }
     if (result != 0)
-        sink.Finished(LoadText(result == kErrorOperationAborted ? kCancelledTextId : kFailedTextId), result);
+        sink.Finished(
+            LoadText(result == kErrorOperationAborted ? IDS_DETECTION_CANCELLED : IDS_DETECTION_FAILED), result);
     else
         sink.Finished(std::wstring(), 0);
     return result;

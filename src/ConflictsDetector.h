@@ -2,7 +2,6 @@
 // The application object: one per process, on the entry function's stack. It initialises the
 // program, reads the command line and runs the wizard or the console run.
 #include <cstdint>
-#include <set>
 #include <string>
 
 #include "os/Com.h"
@@ -21,11 +20,6 @@ public:
     // Parses the command line and runs; the result is the process's exit code.
     std::uint32_t Run();
 
-    const OptionMap& Options() const { return options_; }
-    // The rule ids that the option ExcludedRules names, as given.
-    std::set<std::wstring> ExcludedRules() const;
-    const std::wstring& HelpFile() const { return helpFile_; }
-
     ConflictsDetector(const ConflictsDetector&) = delete;
     ConflictsDetector& operator=(const ConflictsDetector&) = delete;
 
@@ -37,7 +31,6 @@ private:
     std::wstring commandLine_;
     CommandLineParser parser_;
     OptionMap options_;
-    std::wstring helpFile_;
     bool windowingStarted_ = false;
     bool consoleSetUp_ = false;
 };

@@ -14,13 +14,13 @@ constexpr double kUnitsPerStep = 1000;
 
 } // namespace
 
-ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, const OptionMap* options)
-    : ConsoleProgressSink(percentPrefix, options, TaskbarButton::OfConsoleWindow())
+ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix)
+    : ConsoleProgressSink(percentPrefix, TaskbarButton::OfConsoleWindow())
 {
 }
 
-ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, const OptionMap* options, TaskbarButton taskbar)
-    : options_(options), button_(std::move(taskbar)), percentPrefix_(percentPrefix)
+ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, TaskbarButton taskbar)
+    : button_(std::move(taskbar)), percentPrefix_(percentPrefix)
 {
 }
 
@@ -84,7 +84,7 @@ void ConsoleProgressSink::Finished(const std::wstring& text, std::uint32_t code)
     }
 }
 
-void ConsoleProgressSink::ReportLine(const std::wstring& text, int) { PrintLine(text, ConsoleColour::Green); }
+void ConsoleProgressSink::ReportLine(const std::wstring& text) { PrintLine(text, ConsoleColour::Green); }
 
 void ConsoleProgressSink::SetProgress(double value)
 {

@@ -7,15 +7,13 @@
 
 namespace kw {
 
-class OptionMap;
-
 class ConsoleProgressSink : public ProgressSink {
 public:
     // Progress goes to the console window's taskbar button, when the process has a console
     // window; COM must be initialised on the calling thread for the button to be made.
-    ConsoleProgressSink(bool percentPrefix, const OptionMap* options);
+    explicit ConsoleProgressSink(bool percentPrefix);
     // Progress goes to `taskbar`, which may be no button.
-    ConsoleProgressSink(bool percentPrefix, const OptionMap* options, TaskbarButton taskbar);
+    ConsoleProgressSink(bool percentPrefix, TaskbarButton taskbar);
 
     void SetTotal(std::uint32_t count, bool add) override;
     void BeginStep(std::uint32_t stepId, double subRange, const std::wstring& text) override;
@@ -24,7 +22,7 @@ public:
     void AdvanceSubStep(double delta) override;
     bool IsCancelled() override { return cancelled_; }
     void Finished(const std::wstring& text, std::uint32_t code) override;
-    void ReportLine(const std::wstring& text, int kind) override;
+    void ReportLine(const std::wstring& text) override;
 
     void SetCancelled(bool cancelled) { cancelled_ = cancelled; }
     double Percent() const { return percent_; }
@@ -43,7 +41,6 @@ private:
     // The value out of the range, with the percentage that goes with it.
     void SetProgress(double value);
 
-    const OptionMap* options_;
     TaskbarButton button_;
     TaskbarProgress taskbar_;
     std::uint32_t total_ = 0;

@@ -20,7 +20,7 @@ public:
     virtual bool IsCancelled() = 0;
     // The run ended with `code`; a failure says why in `text`.
     virtual void Finished(const std::wstring& text, std::uint32_t code) = 0;
-    virtual void ReportLine(const std::wstring& text, int kind) = 0;
+    virtual void ReportLine(const std::wstring& text) = 0;
 };
 
 } // namespace kw

@@ -2,24 +2,36 @@
 // so that one script is the source of every numbered text on both platforms.
 //
 // The grammar is the subset that the Windows resource compilers read alike: comments,
-// "#pragma code_page(65001)", STRINGTABLE with BEGIN/END (or braces), and entries of a decimal
-// id, an optional comma and one plain UTF-8 string. Inside a string "" is a quote and \n, \r,
-// \t and \\ are escapes. Anything else is refused with the line it stands on, so a text that
-// one compiler would read differently from the other never reaches a build.
+// "#pragma code_page(65001)", `#include "header"` of a header (beside the script) that names
+// ids with "#define NAME number" lines, STRINGTABLE with BEGIN/END (or braces), and entries of
+// an id (a decimal number or a defined name), an optional comma and one plain UTF-8 string. Inside a string "" is a
+// quote and \n, \r, \t and \\ are escapes. Anything else is refused with the line it stands on, so a text that one
+// compiler would read differently from the other never reaches a build.
 #include <cctype>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 
 namespace {
 
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        throw std::runtime_error(path + " cannot be read");
+    std::stringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
 class Script {
 public:
-    explicit Script(std::string text) : text_(std::move(text)) { }
+    Script(std::string text, std::string folder) : text_(std::move(text)), folder_(std::move(folder)) { }
 
     std::map<unsigned, std::u32string> ReadStringTables()
     {
@@ -44,7 +56,7 @@ private:
     }
 
     bool AtEnd() const { return pos_ >= text_.size(); }
-    char Peek() const { return AtEnd() ? '\0' : text_[pos_]; }
+    char Peek(size_t ahead = 0) const { return pos_ + ahead < text_.size() ? text_[pos_ + ahead] : '\0'; }
     char Next()
     {
         if (AtEnd())
@@ -91,8 +103,34 @@ private:
         std::string directive;
         while (!AtEnd() && Peek() != '\n' && Peek() != '\r')
             directive += Next();
-        if (directive != "#pragma code_page(65001)")
-            Fail("only '#pragma code_page(65001)' may stand in the script, not '" + directive + "'");
+        static const std::regex include(R"re(#include\s+"([^"]+)"\s*)re");
+        std::smatch match;
+        if (std::regex_match(directive, match, include))
+            ReadIdHeader(match[1].str());
+        else if (directive != "#pragma code_page(65001)")
+            Fail("only '#pragma code_page(65001)' and #include of an id header may stand in the script, not '" +
+                directive + "'");
+    }
+
+    // A header of "#define NAME number" lines, with comments, blank lines and "#pragma once".
+    void ReadIdHeader(const std::string& name)
+    {
+        static const std::regex define(R"(\s*#define\s+([A-Za-z_]\w*)\s+(\d{1,5})\s*(//.*)?)");
+        static const std::regex ignored(R"(\s*(//.*|#pragma once\s*)?)");
+        std::istringstream header(ReadFile(folder_ + name));
+        std::string line;
+        for (int number = 1; std::getline(header, line); ++number) {
+            if (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            std::smatch match;
+            if (std::regex_match(line, match, define)) {
+                const unsigned long id = std::stoul(match[2].str());
+                if (id > 65535 || !ids_.emplace(match[1].str(), static_cast<unsigned>(id)).second)
+                    Fail(name + " line " + std::to_string(number) + ": an id from 0 to 65535, defined once");
+            } else if (!std::regex_match(line, ignored)) {
+                Fail(name + " line " + std::to_string(number) + ": only #define NAME number lines may stand there");
+            }
+        }
     }
 
     void ReadTable(std::map<unsigned, std::u32string>& texts)
@@ -109,9 +147,9 @@ private:
                 Next();
                 return;
             }
-            if (std::isalpha(static_cast<unsigned char>(Peek()))) {
-                if (ReadWord() != "END")
-                    Fail("expected an id or END");
+            if (text_.compare(pos_, 3, "END") == 0 && !std::isalnum(static_cast<unsigned char>(Peek(3))) &&
+                Peek(3) != '_') {
+                ReadWord();
                 return;
             }
             const unsigned id = ReadId();
@@ -127,6 +165,13 @@ private:
 
     unsigned ReadId()
     {
+        if (std::isalpha(static_cast<unsigned char>(Peek())) || Peek() == '_') {
+            const std::string name = ReadWord();
+            const auto found = ids_.find(name);
+            if (found == ids_.end())
+                Fail("the id " + name + " is not defined");
+            return found->second;
+        }
         std::string digits;
         while (std::isdigit(static_cast<unsigned char>(Peek())))
             digits += Next();
@@ -196,6 +241,8 @@ private:
     }
 
     std::string text_;
+    std::string folder_;
+    std::map<std::string, unsigned> ids_;
     size_t pos_ = 0;
     int line_ = 1;
 };
@@ -263,12 +310,10 @@ int main(int argc, char** argv)
         return 2;
     }
     try {
-        std::ifstream in(argv[1], std::ios::binary);
-        if (!in)
-            throw std::runtime_error("cannot be read");
-        std::stringstream content;
-        content << in.rdbuf();
-        const auto texts = Script(content.str()).ReadStringTables();
+        const std::string script = argv[1];
+        const auto slash = script.find_last_of("/\\");
+        const std::string folder = slash == std::string::npos ? std::string() : script.substr(0, slash + 1);
+        const auto texts = Script(ReadFile(script), folder).ReadStringTables();
         std::ofstream out(argv[2], std::ios::binary | std::ios::trunc);
         out << Generate(texts, argv[1]);
         if (!out.flush())

@@ -4,8 +4,8 @@
 #include <cwchar>
 
 #include "core/Exception.h"
+#include "msicomp/apppaths/XmlReader.h"
 #include "os/FileSystem.h"
-#include "os/XmlReader.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {

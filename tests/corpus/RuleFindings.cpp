@@ -12,6 +12,7 @@
 
 #include "os/ResourceText.h"
 #include "rules/RuleCatalogue.h"
+#include "ui/DetectionText.h"
 #include "util/strings/StringSystem.h"
 
 namespace {
@@ -68,7 +69,7 @@ int main(int argc, char** argv)
                 continue;
             Print(L"== " + underTest->DisplayPath() + L" | " + repository->DisplayPath());
             for (const kw::FindingHandle& finding : findings)
-                Print(finding->ruleId + L". " + finding->title + L" detected: \n" + Relative(finding->detail, prefix));
+                Print(Relative(kw::FindingLine(*finding), prefix));
             total += findings.size();
         }
     }

@@ -45,11 +45,11 @@ TEST(ConsoleProgress, PercentIsCutToAWholeNumberInThreePlaces)
 TEST(ConsoleProgress, LinesCarryThePercentOfStepsDoneAndOnlyFailuresPrintWhenFinished)
 {
     ConsoleCapture console;
-    ConsoleProgressSink sink(true, nullptr);
+    ConsoleProgressSink sink(true);
     sink.SetTotal(3, false);
     sink.BeginStep(1, 10, L"Comparing with a.msi");
     sink.StepDone(1);
-    sink.ReportLine(L"CR13. Same product code detected: ", 0);
+    sink.ReportLine(L"CR13. Same product code detected: ");
     sink.BeginStep(2, 10, L"");
     sink.AdvanceSubStep(5);
     sink.ShowMessage(L"halfway");
@@ -64,16 +64,16 @@ TEST(ConsoleProgress, LinesCarryThePercentOfStepsDoneAndOnlyFailuresPrintWhenFin
             L"[ 50%] The detection failed.\r\n",
         }));
 
-    ConsoleProgressSink plain(false, nullptr);
+    ConsoleProgressSink plain(false);
     plain.ShowMessage(L"not shown without the prefix");
-    plain.ReportLine(L"no prefix", 0);
+    plain.ReportLine(L"no prefix");
     EXPECT_EQ(console.lines.back(), L"no prefix\r\n");
     EXPECT_EQ(console.lines.size(), 5u);
 }
 
 TEST(ConsoleProgress, TaskbarValueIsStepsDoneAndTheStepsShareInThousandsOfTheRange)
 {
-    ConsoleProgressSink sink(true, nullptr, TaskbarButton());
+    ConsoleProgressSink sink(true, TaskbarButton());
     const auto shows = [&](State state, std::uint64_t completed, std::uint64_t total) {
         return sink.Taskbar() == TaskbarProgress{state, completed, total};
     };
@@ -125,7 +125,7 @@ TEST(ConsoleProgress, FailedRunPrintsItsTextInRedAndShowsTheErrorStateNormalRunC
 {
     ColouredConsole console;
     const std::uint16_t userColour = ConsoleWriter::Get().TextAttribute();
-    ConsoleProgressSink sink(true, nullptr, TaskbarButton());
+    ConsoleProgressSink sink(true, TaskbarButton());
     sink.SetTotal(2, false);
     sink.StepDone(0);
 
@@ -134,7 +134,7 @@ TEST(ConsoleProgress, FailedRunPrintsItsTextInRedAndShowsTheErrorStateNormalRunC
     EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::NoProgress, 1000, 2000}));
     sink.Finished(L"The detection failed.", 1);
     EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::Error, 1000, 2000}));
-    sink.ReportLine(L"Detection finished.", 0);
+    sink.ReportLine(L"Detection finished.");
     sink.Finished(L"", 0);
     EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::NoProgress, 1000, 2000}));
 
@@ -157,7 +157,7 @@ TEST(ConsoleProgress, WithoutAWindowThereIsNoButtonAndLinesArePrintedAllTheSame)
     EXPECT_EQ(none.Shown(), TaskbarProgress{});
 
     ConsoleCapture console;
-    ConsoleProgressSink sink(true, nullptr, std::move(none));
+    ConsoleProgressSink sink(true, std::move(none));
     sink.SetTotal(1, false);
     sink.BeginStep(0, -1, L"Comparing with a.msi");
     sink.StepDone(0);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <fstream>
 
-#include "Fixtures.h"
 #include "TemporaryFolder.h"
 #include "repository/PackageRepository.h"
 #include "util/strings/StringSystem.h"
@@ -65,13 +64,6 @@ TEST(RepositoryListing, FilesOfTheFolderComeFirstThenTenLevelsOfSubfolders)
     EXPECT_FALSE(ListFiles(root / L"missing", L"*.msi", none, 10));
     EXPECT_FALSE(ListFiles(root.Path(), L"*.msi", none, -1));
     EXPECT_TRUE(none.empty());
-}
-
-TEST(RepositoryListing, ProductNameOfAPackageOrEmpty)
-{
-    EXPECT_EQ(ReadProductName(FixturePath(L"directories.msi")), L"Directory Resolution");
-    EXPECT_EQ(ReadProductName(FixturePath(L"filesize-too-large.msi")), L"");
-    EXPECT_EQ(ReadProductName(FixturePath(L"no-such.msi")), L"");
 }
 
 } // namespace

@@ -47,7 +47,7 @@ TEST(TaskbarButton, TheTaskbarListTakesEveryStateAndValueTheSinkWorksOut)
     ASSERT_TRUE(button.Exists());
 
     ConsoleCapture console;
-    ConsoleProgressSink sink(true, nullptr, std::move(button));
+    ConsoleProgressSink sink(true, std::move(button));
     const auto taken = [&](State state, std::uint64_t completed, std::uint64_t total) {
         const TaskbarProgress expected{state, completed, total};
         return sink.Taskbar() == expected && sink.Button().Shown() == expected;
@@ -79,7 +79,7 @@ TEST(TaskbarButton, NoButtonWithoutComOrWithoutAConsoleWindow)
     EXPECT_FALSE(button.Exists());
 
     ConsoleCapture console;
-    ConsoleProgressSink sink(true, nullptr, std::move(button));
+    ConsoleProgressSink sink(true, std::move(button));
     sink.SetTotal(1, false);
     sink.StepDone(0);
     sink.Finished(L"The detection failed.", 1);

@@ -4,7 +4,7 @@
 
 #include "TemporaryFolder.h"
 #include "core/Exception.h"
-#include "os/XmlReader.h"
+#include "msicomp/apppaths/XmlReader.h"
 
 namespace kw {
 

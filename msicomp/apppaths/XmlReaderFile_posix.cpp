@@ -3,8 +3,8 @@
 
 #include <cerrno>
 
+#include "msicomp/apppaths/XmlReaderFile.h"
 #include "os/SystemError.h"
-#include "os/XmlReaderFile.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {

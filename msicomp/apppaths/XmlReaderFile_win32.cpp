@@ -1,7 +1,7 @@
 #include <windows.h>
 
+#include "msicomp/apppaths/XmlReaderFile.h"
 #include "os/FileSystem.h"
-#include "os/XmlReaderFile.h"
 #include "os/win32/HandleOwner_win32.h"
 
 namespace kw {

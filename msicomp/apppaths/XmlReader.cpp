@@ -1,11 +1,13 @@
-#include "os/XmlReader.h"
+#include "msicomp/apppaths/XmlReader.h"
 
 #include <expat.h>
 
 #include <cstring>
 
 #include "core/Exception.h"
-#include "os/XmlReaderFile.h"
+#include "core/ReportLocations.h"
+#include "msicomp/apppaths/XmlReaderFile.h"
+#include "res/TextIds.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
@@ -13,20 +15,6 @@ namespace kw {
 namespace {
 
 constexpr int kBlockSize = 0x10000;
-
-constexpr unsigned kParserFailedMessageId = 65008; // the parser or its buffer could not be had
-constexpr unsigned kNotValidMessageId = 65009; // inserts: the file, what is wrong
-constexpr unsigned kReadFailedMessageId = 65011; // insert: the file
-constexpr unsigned kOpenFailedMessageId = 65012; // insert: the file
-
-// The lines that error reports have always named for these failures; kept so that reports
-// from every version read alike.
-constexpr int kCreateLine = 245;
-constexpr int kOpenLine = 58;
-constexpr int kBufferLine = 66;
-constexpr int kReadLine = 71;
-constexpr int kParseLine = 101;
-constexpr int kDeclarationLine = 115;
 
 // Code page 1252 from 0x80 to 0x9F; the rest is Latin-1. Bytes the code page leaves undefined
 // decode to the control character of the same value, as Windows decodes them.
@@ -64,8 +52,6 @@ constexpr int kWindows1252High[32] = {
     0x017E,
     0x0178,
 };
-
-std::wstring SourceFile() { return SourceModule(__FILE__); }
 
 } // namespace
 
@@ -140,7 +126,7 @@ void XmlReader::CreateParser()
     handlerFailure_ = nullptr;
     parser_.reset(XML_ParserCreate(nullptr));
     if (!parser_)
-        throw Exception(SourceFile(), kCreateLine, kParserFailedMessageId, path_);
+        throw Exception(kXmlParserLocation.file, kXmlParserLocation.line, IDS_XML_NO_MEMORY, path_);
     XML_Parser parser = parser_.get();
     XML_SetUserData(parser, this);
     XML_SetXmlDeclHandler(parser, Callbacks::XmlDecl);
@@ -166,15 +152,15 @@ void XmlReader::ParseBlocks()
 {
     const std::unique_ptr<XmlReaderFile> file = XmlReaderFile::Open(path_);
     if (!file)
-        throw Exception(SourceFile(), kOpenLine, kOpenFailedMessageId, path_);
+        throw Exception(kXmlOpenLocation.file, kXmlOpenLocation.line, IDS_XML_CANNOT_OPEN, path_);
     XML_Parser parser = parser_.get();
     for (bool last = false; !last;) {
         void* block = XML_GetBuffer(parser, kBlockSize);
         if (block == nullptr)
-            throw Exception(SourceFile(), kBufferLine, kParserFailedMessageId, path_);
+            throw Exception(kXmlBufferLocation.file, kXmlBufferLocation.line, IDS_XML_NO_MEMORY, path_);
         const std::optional<std::size_t> got = file->Read(block, kBlockSize);
         if (!got)
-            throw Exception(SourceFile(), kReadLine, kReadFailedMessageId, path_);
+            throw Exception(kXmlReadLocation.file, kXmlReadLocation.line, IDS_XML_UNREADABLE, path_);
         last = *got < static_cast<std::size_t>(kBlockSize);
         if (XML_ParseBuffer(parser, static_cast<int>(*got), last) != XML_STATUS_ERROR)
             continue;
@@ -188,14 +174,15 @@ void XmlReader::ParseBlocks()
             std::to_wstring(XML_GetCurrentLineNumber(parser)) + L", column " +
             std::to_wstring(XML_GetCurrentColumnNumber(parser) + 1) + L", byte " +
             std::to_wstring(XML_GetCurrentByteIndex(parser));
-        throw Exception(SourceFile(), kParseLine, kNotValidMessageId, path_, error);
+        throw Exception(kXmlParseLocation.file, kXmlParseLocation.line, IDS_XML_NOT_VALID, path_, error);
     }
     if (handlerFailure_)
         std::rethrow_exception(handlerFailure_);
     // Deliberate: a document without a declaration is refused, so that a file of some
     // other kind is never taken for one of ours.
     if (!declarationSeen_)
-        throw Exception(SourceFile(), kDeclarationLine, kNotValidMessageId, path_, L"<?xml ... ?>");
+        throw Exception(
+            kXmlDeclarationLocation.file, kXmlDeclarationLocation.line, IDS_XML_NOT_VALID, path_, L"<?xml ... ?>");
 }
 
 } // namespace kw

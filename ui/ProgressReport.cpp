@@ -1,0 +1,62 @@
+#include "ui/ProgressReport.h"
+
+#include "core/Exception.h"
+#include "core/ExceptionPresenter.h"
+#include "os/ResourceText.h"
+#include "res/TextIds.h"
+#include "ui/DetectionText.h"
+
+namespace kw {
+
+namespace {
+
+// The share of the run's progress that one package's step is divided into.
+constexpr double kTaskSubRange = 500;
+
+} // namespace
+
+void PresentError(const std::exception_ptr& error)
+{
+    try {
+        std::rethrow_exception(error);
+    } catch (const IException& e) {
+        e.GetPresenter().Present(nullptr, e);
+    } catch (const std::exception& e) {
+        ExceptionPresenter::Instance().Present(nullptr, e);
+    }
+}
+
+void ProgressReport::RunStarted(const std::wstring& folder, std::uint32_t packages)
+{
+    if (packages == 0) {
+        sink_.ReportLine(FormatText(LoadText(IDS_EMPTY_REPOSITORY), {folder}));
+        return;
+    }
+    sink_.SetTotal(packages, false);
+    sink_.ReportLine(LoadText(IDS_DETECTION_STARTED));
+}
+
+void ProgressReport::PackageStarted(const DetectionTask& task) { sink_.BeginStep(task.index, kTaskSubRange, {}); }
+
+void ProgressReport::PackageDone(const DetectionTask& task, const FindingList& findings)
+{
+    const std::wstring count = findings.empty()
+        ? LoadText(IDS_NO_CONFLICTS)
+        : FormatNumber(IDS_CONFLICT_COUNT, static_cast<std::uint32_t>(findings.size()));
+    sink_.ReportLine(FormatText(LoadText(IDS_PACKAGE_HEADER), {task.productName, count}));
+    for (const FindingHandle& finding : findings)
+        sink_.ReportLine(FindingLine(*finding));
+    sink_.StepDone(task.index);
+}
+
+void ProgressReport::PackageFailed(const DetectionTask&, const std::exception_ptr& error) { PresentError(error); }
+
+void ProgressReport::RunFinished(const DetectionSummary& summary)
+{
+    if (summary.error)
+        PresentError(summary.error);
+    else if (summary.packages != 0)
+        sink_.ReportLine(FormatNumber(IDS_DETECTION_TOTAL, summary.findings));
+}
+
+} // namespace kw
