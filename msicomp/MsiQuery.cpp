@@ -19,7 +19,7 @@ constexpr MsiJoinCondition kFileComponentConditions[] = {
 
 } // namespace
 
-const MsiJoinSpec kFileComponentJoin = {kFileComponentTables, kFileComponentConditions};
+const MsiJoin kFileComponentJoin = {kFileComponentTables, kFileComponentConditions};
 
 std::wstring BuildSelect(const wchar_t* table, const wchar_t* const* columns)
 {
@@ -37,12 +37,12 @@ std::wstring BuildSelect(const wchar_t* table, const wchar_t* const* columns)
     return query + L" FROM " + Quoted(table);
 }
 
-std::wstring BuildJoin(const MsiJoinSpec& spec)
+std::wstring BuildJoin(const MsiJoin& join)
 {
     std::wstring select;
     std::wstring tables = L" FROM ";
-    for (const MsiJoinTable* table = spec.tables; table->name != nullptr; ++table) {
-        if (table != spec.tables)
+    for (const MsiJoinTable* table = join.tables; table->name != nullptr; ++table) {
+        if (table != join.tables)
             tables += L", ";
         tables += Quoted(table->name);
         for (const MsiJoinColumn* column = table->columns; column->name != nullptr; ++column) {
@@ -56,8 +56,8 @@ std::wstring BuildJoin(const MsiJoinSpec& spec)
     if (select.empty())
         select = L"* ";
     std::wstring query = L"SELECT " + select + tables + L" WHERE ";
-    for (const MsiJoinCondition* condition = spec.conditions; condition->leftTable != nullptr; ++condition) {
-        if (condition != spec.conditions)
+    for (const MsiJoinCondition* condition = join.conditions; condition->leftTable != nullptr; ++condition) {
+        if (condition != join.conditions)
             query += L" AND ";
         query += Quoted(condition->leftTable) + L"." + Quoted(condition->leftColumn) + L" = " +
             Quoted(condition->rightTable) + L"." + Quoted(condition->rightColumn);

@@ -24,7 +24,7 @@ struct MsiJoinCondition {
     const wchar_t* rightColumn;
 };
 
-struct MsiJoinSpec {
+struct MsiJoin {
     const MsiJoinTable* tables; // ended by an entry with a null name
     const MsiJoinCondition* conditions; // ended by an entry with a null left table
 };
@@ -33,10 +33,10 @@ struct MsiJoinSpec {
 std::wstring BuildSelect(const wchar_t* table, const wchar_t* const* columns);
 
 // SELECT `T`.`A`, `U`.`B` FROM `T`, `U` WHERE `T`.`X` = `U`.`Y` AND ...
-std::wstring BuildJoin(const MsiJoinSpec& spec);
+std::wstring BuildJoin(const MsiJoin& join);
 
 // The files with their components' ids and folders, as the package loader reads them.
-extern const MsiJoinSpec kFileComponentJoin;
+extern const MsiJoin kFileComponentJoin;
 
 // One value of the Property table. False when the database handle is 0, the property is
 // not there, or it cannot be read; `value` is then untouched.

@@ -44,7 +44,7 @@ bool MsiTableView::LoadTable(const wchar_t* table, const wchar_t* const* columns
     return Run(table, BuildSelect(table, columns));
 }
 
-bool MsiTableView::LoadJoin(const MsiJoinSpec& spec) { return Run(L"{JOIN Table}", BuildJoin(spec)); }
+bool MsiTableView::LoadJoin(const MsiJoin& join) { return Run(L"{JOIN Table}", BuildJoin(join)); }
 
 void MsiTableView::Reset()
 {

@@ -27,7 +27,7 @@ public:
     // Both answer whether at least one row was read. A missing table or a failing query
     // yields no rows and no error.
     bool LoadTable(const wchar_t* table, const wchar_t* const* columns);
-    bool LoadJoin(const MsiJoinSpec& spec);
+    bool LoadJoin(const MsiJoin& join);
 
     const std::wstring& Name() const { return name_; }
     const std::vector<std::wstring>& ColumnNames() const { return columnNames_; }

@@ -26,7 +26,7 @@ struct ColumnField {
 };
 using ColumnFields = std::array<ColumnField, 5>;
 
-struct RowRuleSpec {
+struct RowRuleDefinition {
     const wchar_t* id;
     View first; // of the package under test, or of the repository package when reversed
     View second;
@@ -77,35 +77,35 @@ bool AnyDiffers(const KeyedRow& a, const KeyedRow& b, const std::array<const wch
         [&](const wchar_t* column) { return column != nullptr && Value(a, column) != Value(b, column); });
 }
 
-bool IsConflict(const RowRuleSpec& spec, const KeyedRow& a, const KeyedRow& b)
+bool IsConflict(const RowRuleDefinition& rule, const KeyedRow& a, const KeyedRow& b)
 {
     const bool differentComponent = Value(a, L"ComponentId") != Value(b, L"ComponentId");
-    switch (spec.conflict) {
+    switch (rule.conflict) {
     case Conflict::DifferentComponentId: return differentComponent;
-    case Conflict::DifferentValue: return AnyDiffers(a, b, spec.compared);
-    case Conflict::DifferentComponentIdAndValue: return differentComponent && AnyDiffers(a, b, spec.compared);
+    case Conflict::DifferentValue: return AnyDiffers(a, b, rule.compared);
+    case Conflict::DifferentComponentIdAndValue: return differentComponent && AnyDiffers(a, b, rule.compared);
     case Conflict::Always: return true;
     }
     return false;
 }
 
-void RunRowRule(PackagePair& pair, const RowRuleSpec& spec, bool reversed, Findings& findings)
+void RunRowRule(PackagePair& pair, const RowRuleDefinition& rule, bool reversed, Findings& findings)
 {
-    for (const KeyedRow& a : pair.Common(spec.first, spec.second, reversed)) {
-        const KeyedRow& b = pair.FirstMatch(spec.second, a, reversed);
-        if (IsConflict(spec, a, b)) {
-            findings.Add(Values(a, spec.subject), Side(pair.First(reversed), Values(a, spec.side)),
-                Side(pair.Second(reversed), Values(b, spec.side)));
+    for (const KeyedRow& a : pair.Common(rule.first, rule.second, reversed)) {
+        const KeyedRow& b = pair.FirstMatch(rule.second, a, reversed);
+        if (IsConflict(rule, a, b)) {
+            findings.Add(Values(a, rule.subject), Side(pair.First(reversed), Values(a, rule.side)),
+                Side(pair.Second(reversed), Values(b, rule.side)));
         }
     }
 }
 
 // The rule of one definition, or of several run one after the other.
-template <const RowRuleSpec&... Specs> FindingList RowRule(PackagePair& pair)
+template <const RowRuleDefinition&... Definitions> FindingList RowRule(PackagePair& pair)
 {
-    constexpr const RowRuleSpec* kSpecs[] = {&Specs...};
-    Findings findings(kSpecs[0]->id);
-    (RunRowRule(pair, Specs, false, findings), ...);
+    constexpr const RowRuleDefinition* kDefinitions[] = {&Definitions...};
+    Findings findings(kDefinitions[0]->id);
+    (RunRowRule(pair, Definitions, false, findings), ...);
     return findings.Take();
 }
 
@@ -117,7 +117,7 @@ constexpr ColumnFields kComponentOfRow = {kComponent, kComponentId};
 constexpr ColumnFields kRegistryEntry = {
     ColumnField{FindingField::Root, L"Root"}, {FindingField::Key, L"Key"}, {FindingField::Name, L"Name"}};
 
-constexpr RowRuleSpec kComponentFolders = {
+constexpr RowRuleDefinition kComponentFolders = {
     .id = L"CR1",
     .first = View::ComponentsById,
     .second = View::ComponentsById,
@@ -126,7 +126,7 @@ constexpr RowRuleSpec kComponentFolders = {
     .subject = {kComponentId},
     .side = {ColumnField{FindingField::Component, L"Component"}, kFolder},
 };
-constexpr RowRuleSpec kFileComponents = {
+constexpr RowRuleDefinition kFileComponents = {
     .id = L"CR3",
     .first = View::FilesByFolderAndName,
     .second = View::FilesByFolderAndName,
@@ -134,7 +134,7 @@ constexpr RowRuleSpec kFileComponents = {
     .subject = {kFolder, kFileName},
     .side = kComponentOfRow,
 };
-constexpr RowRuleSpec kFileVersions = {
+constexpr RowRuleDefinition kFileVersions = {
     .id = L"CR4",
     .first = View::FilesByComponentFolderAndName,
     .second = View::FilesByComponentFolderAndName,
@@ -143,7 +143,7 @@ constexpr RowRuleSpec kFileVersions = {
     .subject = {kFolder, kFileName, kComponentId},
     .side = {kComponent, ColumnField{FindingField::Version, L"Version"}},
 };
-constexpr RowRuleSpec kModuleVersions = {
+constexpr RowRuleDefinition kModuleVersions = {
     .id = L"CR5",
     .first = View::ModulesById,
     .second = View::ModulesById,
@@ -152,7 +152,7 @@ constexpr RowRuleSpec kModuleVersions = {
     .subject = {ColumnField{FindingField::ModuleId, L"ModuleID"}},
     .side = {ColumnField{FindingField::Version, L"Version"}},
 };
-constexpr RowRuleSpec kRegistryComponents = {
+constexpr RowRuleDefinition kRegistryComponents = {
     .id = L"CR6",
     .first = View::RegistryByEntry,
     .second = View::RegistryByEntry,
@@ -160,7 +160,7 @@ constexpr RowRuleSpec kRegistryComponents = {
     .subject = kRegistryEntry,
     .side = kComponentOfRow,
 };
-constexpr RowRuleSpec kShortcutComponents = {
+constexpr RowRuleDefinition kShortcutComponents = {
     .id = L"CR7",
     .first = View::ShortcutsByFolderAndName,
     .second = View::ShortcutsByFolderAndName,
@@ -168,7 +168,7 @@ constexpr RowRuleSpec kShortcutComponents = {
     .subject = {kFolder, ColumnField{FindingField::Name, L"Name"}},
     .side = kComponentOfRow,
 };
-constexpr RowRuleSpec kIniEntryComponents = {
+constexpr RowRuleDefinition kIniEntryComponents = {
     .id = L"CR8",
     .first = View::IniFilesByEntry,
     .second = View::IniFilesByEntry,
@@ -177,7 +177,7 @@ constexpr RowRuleSpec kIniEntryComponents = {
         {FindingField::Value, L"Value"}},
     .side = kComponentOfRow,
 };
-constexpr RowRuleSpec kDataSourceComponents = {
+constexpr RowRuleDefinition kDataSourceComponents = {
     .id = L"CR9",
     .first = View::DataSourcesByName,
     .second = View::DataSourcesByName,
@@ -185,7 +185,7 @@ constexpr RowRuleSpec kDataSourceComponents = {
     .subject = {ColumnField{FindingField::DataSource, L"DataSource"}},
     .side = kComponentOfRow,
 };
-constexpr RowRuleSpec kDriverComponents = {
+constexpr RowRuleDefinition kDriverComponents = {
     .id = L"CR9",
     .first = View::DriversByName,
     .second = View::DriversByName,
@@ -193,7 +193,7 @@ constexpr RowRuleSpec kDriverComponents = {
     .subject = {ColumnField{FindingField::Driver, L"Driver"}},
     .side = kComponentOfRow,
 };
-constexpr RowRuleSpec kServiceComponents = {
+constexpr RowRuleDefinition kServiceComponents = {
     .id = L"CR10",
     .first = View::ServicesByName,
     .second = View::ServicesByName,
@@ -201,7 +201,7 @@ constexpr RowRuleSpec kServiceComponents = {
     .subject = {ColumnField{FindingField::Name, L"Name"}},
     .side = kComponentOfRow,
 };
-constexpr RowRuleSpec kVerbComponents = {
+constexpr RowRuleDefinition kVerbComponents = {
     .id = L"CR11",
     .first = View::VerbsByExtensionAndVerb,
     .second = View::VerbsByExtensionAndVerb,
@@ -210,7 +210,7 @@ constexpr RowRuleSpec kVerbComponents = {
     .side = kComponentOfRow,
 };
 // The package that edits the INI file is the first side, the one that installs it the second.
-constexpr RowRuleSpec kIniFilesInstalled = {
+constexpr RowRuleDefinition kIniFilesInstalled = {
     .id = L"CR15",
     .first = View::IniFilesByFolderAndName,
     .second = View::FilesByFolderAndName,
@@ -218,7 +218,7 @@ constexpr RowRuleSpec kIniFilesInstalled = {
     .subject = {kFolder, kFileName},
     .side = {kComponent},
 };
-constexpr RowRuleSpec kFileDetails = {
+constexpr RowRuleDefinition kFileDetails = {
     .id = L"CR16",
     .first = View::FilesByFolderAndName,
     .second = View::FilesByFolderAndName,
@@ -228,7 +228,7 @@ constexpr RowRuleSpec kFileDetails = {
     .side = {kComponent, kComponentId, ColumnField{FindingField::FileSize, L"FileSize"},
         {FindingField::Version, L"Version"}, {FindingField::Language, L"Language"}},
 };
-constexpr RowRuleSpec kRegistryValues = {
+constexpr RowRuleDefinition kRegistryValues = {
     .id = L"CR17",
     .first = View::RegistryByEntry,
     .second = View::RegistryByEntry,
@@ -237,7 +237,7 @@ constexpr RowRuleSpec kRegistryValues = {
     .subject = kRegistryEntry,
     .side = {ColumnField{FindingField::Value, L"Value"}},
 };
-constexpr RowRuleSpec kKeyPathComponents = {
+constexpr RowRuleDefinition kKeyPathComponents = {
     .id = L"CR18",
     .first = View::ComponentsByKeyPath,
     .second = View::ComponentsByKeyPath,
@@ -293,28 +293,28 @@ FindingList ComponentFiles(PackagePair& pair)
 }
 
 // CR12 to CR14: one code of each package, read once per package, equal in both.
-struct CodeRuleSpec {
+struct CodeRuleDefinition {
     const wchar_t* id;
     std::wstring PackageCodes::*code;
     bool PackageCodes::*present; // null: the code is present when not empty
 };
 
-constexpr CodeRuleSpec kPackageCode = {.id = L"CR12", .code = &PackageCodes::packageCode, .present = nullptr};
-constexpr CodeRuleSpec kProductCode = {
+constexpr CodeRuleDefinition kPackageCode = {.id = L"CR12", .code = &PackageCodes::packageCode, .present = nullptr};
+constexpr CodeRuleDefinition kProductCode = {
     .id = L"CR13", .code = &PackageCodes::productCode, .present = &PackageCodes::hasProductCode};
-constexpr CodeRuleSpec kUpgradeCode = {
+constexpr CodeRuleDefinition kUpgradeCode = {
     .id = L"CR14", .code = &PackageCodes::upgradeCode, .present = &PackageCodes::hasUpgradeCode};
 
-template <const CodeRuleSpec& Spec> FindingList SharedCode(PackagePair& pair)
+template <const CodeRuleDefinition& Definition> FindingList SharedCode(PackagePair& pair)
 {
     const PackageCodes& a = pair.UnderTest().Codes();
     const PackageCodes& b = pair.Repository().Codes();
     const auto present = [](const PackageCodes& codes) {
-        return Spec.present != nullptr ? codes.*Spec.present : !(codes.*Spec.code).empty();
+        return Definition.present != nullptr ? codes.*Definition.present : !(codes.*Definition.code).empty();
     };
-    Findings findings(Spec.id);
-    if (present(a) && present(b) && a.*Spec.code == b.*Spec.code)
-        findings.Add({{FindingField::Code, a.*Spec.code}}, Side(pair.UnderTest()), Side(pair.Repository()));
+    Findings findings(Definition.id);
+    if (present(a) && present(b) && a.*Definition.code == b.*Definition.code)
+        findings.Add({{FindingField::Code, a.*Definition.code}}, Side(pair.UnderTest()), Side(pair.Repository()));
     return findings.Take();
 }
 

@@ -13,10 +13,10 @@ namespace {
 
 // How one row set is read: a single-table select or a join with the rows' component, then
 // the columns computed from what was read.
-struct RowSetSpec {
+struct RowSetQuery {
     const wchar_t* table; // single-table select, or null
     const wchar_t* const* columns;
-    const MsiJoinSpec* join; // join, or null
+    const MsiJoin* join; // join, or null
     const wchar_t* directoryColumn; // resolved into FullPathDir, or null
     const wchar_t* fileNameColumn; // a Filename column, kept as its long name, or null
     bool rootKey; // adds RootKey
@@ -34,48 +34,48 @@ constexpr MsiJoinColumn kFileComponentColumns[] = {{L"ComponentId", 0}, {L"Direc
 constexpr MsiJoinTable kFileTables[] = {
     {L"File", kFileColumns}, {L"Component", kFileComponentColumns}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kFileConditions[] = {kByComponent(L"File"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kFileJoin = {kFileTables, kFileConditions};
+constexpr MsiJoin kFileJoin = {kFileTables, kFileConditions};
 
 constexpr MsiJoinColumn kRegistryColumns[] = {
     {L"Registry", 0}, {L"Root", 0}, {L"Key", 0}, {L"Name", 0}, {L"Value", 0}, {L"Component_", 0}, {nullptr, 0}};
 constexpr MsiJoinTable kRegistryTables[] = {
     {L"Registry", kRegistryColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kRegistryConditions[] = {kByComponent(L"Registry"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kRegistryJoin = {kRegistryTables, kRegistryConditions};
+constexpr MsiJoin kRegistryJoin = {kRegistryTables, kRegistryConditions};
 
 constexpr MsiJoinColumn kShortcutColumns[] = {
     {L"Shortcut", 0}, {L"Directory_", 0}, {L"Name", 0}, {L"Component_", 0}, {nullptr, 0}};
 constexpr MsiJoinTable kShortcutTables[] = {
     {L"Shortcut", kShortcutColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kShortcutConditions[] = {kByComponent(L"Shortcut"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kShortcutJoin = {kShortcutTables, kShortcutConditions};
+constexpr MsiJoin kShortcutJoin = {kShortcutTables, kShortcutConditions};
 
 constexpr MsiJoinColumn kIniFileColumns[] = {{L"IniFile", 0}, {L"FileName", 0}, {L"DirProperty", 0}, {L"Section", 0},
     {L"Key", 0}, {L"Value", 0}, {L"Component_", 0}, {nullptr, 0}};
 constexpr MsiJoinTable kIniFileTables[] = {
     {L"IniFile", kIniFileColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kIniFileConditions[] = {kByComponent(L"IniFile"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kIniFileJoin = {kIniFileTables, kIniFileConditions};
+constexpr MsiJoin kIniFileJoin = {kIniFileTables, kIniFileConditions};
 
 constexpr MsiJoinColumn kDataSourceColumns[] = {{L"DataSource", 0}, {L"Component_", 0}, {nullptr, 0}};
 constexpr MsiJoinTable kDataSourceTables[] = {
     {L"ODBCDataSource", kDataSourceColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kDataSourceConditions[] = {
     kByComponent(L"ODBCDataSource"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kDataSourceJoin = {kDataSourceTables, kDataSourceConditions};
+constexpr MsiJoin kDataSourceJoin = {kDataSourceTables, kDataSourceConditions};
 
 constexpr MsiJoinColumn kDriverColumns[] = {{L"Driver", 0}, {L"Component_", 0}, {nullptr, 0}};
 constexpr MsiJoinTable kDriverTables[] = {
     {L"ODBCDriver", kDriverColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kDriverConditions[] = {kByComponent(L"ODBCDriver"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kDriverJoin = {kDriverTables, kDriverConditions};
+constexpr MsiJoin kDriverJoin = {kDriverTables, kDriverConditions};
 
 constexpr MsiJoinColumn kServiceColumns[] = {{L"ServiceInstall", 0}, {L"Name", 0}, {L"Component_", 0}, {nullptr, 0}};
 constexpr MsiJoinTable kServiceTables[] = {
     {L"ServiceInstall", kServiceColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kServiceConditions[] = {
     kByComponent(L"ServiceInstall"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kServiceJoin = {kServiceTables, kServiceConditions};
+constexpr MsiJoin kServiceJoin = {kServiceTables, kServiceConditions};
 
 constexpr MsiJoinColumn kExtensionColumns[] = {{L"Extension", 0}, {L"Component_", 0}, {nullptr, 0}};
 constexpr MsiJoinColumn kVerbColumns[] = {{L"Verb", 0}, {nullptr, 0}};
@@ -83,14 +83,14 @@ constexpr MsiJoinTable kVerbTables[] = {
     {L"Extension", kExtensionColumns}, {L"Verb", kVerbColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
 constexpr MsiJoinCondition kVerbConditions[] = {{L"Extension", L"Extension", L"Verb", L"Extension_"},
     kByComponent(L"Extension"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoinSpec kVerbJoin = {kVerbTables, kVerbConditions};
+constexpr MsiJoin kVerbJoin = {kVerbTables, kVerbConditions};
 
 constexpr const wchar_t* kComponentColumns[] = {L"Component", L"ComponentId", L"Directory_", L"KeyPath", nullptr};
 constexpr const wchar_t* kModuleSignatureColumns[] = {L"ModuleID", L"Language", L"Version", nullptr};
 constexpr const wchar_t* kModuleComponentsColumns[] = {L"Component", L"ModuleID", L"Language", nullptr};
 
 // By RowSet.
-constexpr RowSetSpec kRowSets[] = {
+constexpr RowSetQuery kRowSets[] = {
     {L"Component", kComponentColumns, nullptr, L"Directory_", nullptr, false},
     {nullptr, nullptr, &kFileJoin, L"Directory_", L"FileName", false},
     {nullptr, nullptr, &kRegistryJoin, nullptr, nullptr, true},
@@ -120,13 +120,13 @@ constexpr RowOrder kByVerb = {L"by verb", {L"Extension", L"Verb"}};
 constexpr RowOrder kByModule = {L"by merge module", {L"ModuleID"}};
 constexpr RowOrder kByKeyPath = {L"by key path", {kFullPathDirColumn, L"KeyPath"}};
 
-struct ViewSpec {
+struct ViewDefinition {
     RowSet set;
     const RowOrder* order;
 };
 
 // By View.
-constexpr ViewSpec kViews[] = {
+constexpr ViewDefinition kViews[] = {
     {RowSet::Components, &kByComponentId},
     {RowSet::Components, &kByKeyPath},
     {RowSet::Files, &kByComponentAndName},
@@ -249,21 +249,21 @@ std::vector<MsiRow> RulePackage::Query(RowSet set)
     Open();
     if (!database_)
         return {};
-    const RowSetSpec& spec = kRowSets[static_cast<size_t>(set)];
+    const RowSetQuery& query = kRowSets[static_cast<size_t>(set)];
     MsiTableView view(database_.Get());
-    if (spec.join != nullptr)
-        view.LoadJoin(*spec.join);
+    if (query.join != nullptr)
+        view.LoadJoin(*query.join);
     else
-        view.LoadTable(spec.table, spec.columns);
+        view.LoadTable(query.table, query.columns);
     std::vector<MsiRow> rows = std::move(view.Rows());
     for (MsiRow& row : rows) {
-        if (spec.directoryColumn != nullptr)
-            row[kFullPathDirColumn] = directories_->FullPathOf(ColumnValue(row, spec.directoryColumn));
-        if (spec.fileNameColumn != nullptr) {
-            std::wstring& name = row[spec.fileNameColumn];
+        if (query.directoryColumn != nullptr)
+            row[kFullPathDirColumn] = directories_->FullPathOf(ColumnValue(row, query.directoryColumn));
+        if (query.fileNameColumn != nullptr) {
+            std::wstring& name = row[query.fileNameColumn];
             name = SplitShortLong(name).longName;
         }
-        if (spec.rootKey)
+        if (query.rootKey)
             row[kRootKeyColumn] = RegistryRootName(ColumnValue(row, L"Root")) + L"\\" + ColumnValue(row, L"Key");
     }
     return rows;
@@ -272,10 +272,10 @@ std::vector<MsiRow> RulePackage::Query(RowSet set)
 const std::vector<KeyedRow>& RulePackage::Sorted(View view)
 {
     return Get(views_[static_cast<size_t>(view)], [this, view] {
-        const ViewSpec& spec = kViews[static_cast<size_t>(view)];
-        const std::vector<MsiRow>& rows = Rows(spec.set);
+        const ViewDefinition& definition = kViews[static_cast<size_t>(view)];
+        const std::vector<MsiRow>& rows = Rows(definition.set);
         std::vector<std::wstring> columns;
-        for (const wchar_t* key : spec.order->keys) {
+        for (const wchar_t* key : definition.order->keys) {
             if (key != nullptr)
                 columns.emplace_back(key);
         }

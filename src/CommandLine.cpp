@@ -101,10 +101,10 @@ bool CommandLineParser::Parse(std::wstring_view commandLine, OptionMap& options)
     if (FindOption(tokens, L"help") != tokens.end() || FindOption(tokens, L"?") != tokens.end())
         return false;
 
-    for (const OptionSpec& spec : table_) {
-        const std::wstring name = spec.name;
+    for (const OptionDefinition& option : table_) {
+        const std::wstring name = option.name;
         bool found = false;
-        switch (spec.kind) {
+        switch (option.kind) {
         case OptionKind::Flag: {
             const auto flag = FindOption(tokens, name);
             if (flag != tokens.end()) {
@@ -133,8 +133,8 @@ void CommandLineParser::PrintUsage() const
     ConsoleWriter& console = ConsoleWriter::Get();
     console.WriteLine(LoadText(IDS_USAGE));
     ScopedConsoleColour green(ConsoleColour::Green);
-    for (const OptionSpec& spec : table_)
-        console.WriteLine(std::wstring(L"   /") + spec.name);
+    for (const OptionDefinition& option : table_)
+        console.WriteLine(std::wstring(L"   /") + option.name);
 }
 
 } // namespace kw

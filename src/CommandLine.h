@@ -17,13 +17,13 @@ enum class OptionKind : std::uint8_t {
     Flag, // "/Name", stored as "true"
 };
 
-struct OptionSpec {
+struct OptionDefinition {
     const wchar_t* name;
     OptionKind kind;
 };
 
 // The program's options, in the order of the usage listing.
-inline constexpr OptionSpec kOptionTable[] = {
+inline constexpr OptionDefinition kOptionTable[] = {
     {L"NoUI", OptionKind::Flag},
     {L"Msi", OptionKind::Value},
     {L"MsiRepo", OptionKind::Value},
@@ -41,7 +41,7 @@ std::wstring JoinCommandLine(std::span<const std::wstring> arguments);
 
 class CommandLineParser {
 public:
-    explicit CommandLineParser(std::span<const OptionSpec> table = kOptionTable) : table_(table) { }
+    explicit CommandLineParser(std::span<const OptionDefinition> table = kOptionTable) : table_(table) { }
 
     // Takes the options of the command line into `options`. True when the command line is
     // accepted: empty, or every token is a known option or its value. "/?" and "/help" are
@@ -55,7 +55,7 @@ public:
     void PrintUsage() const;
 
 private:
-    std::span<const OptionSpec> table_;
+    std::span<const OptionDefinition> table_;
     bool anyOptionGiven_ = false;
 };
 
