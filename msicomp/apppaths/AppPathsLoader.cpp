@@ -4,18 +4,16 @@
 #include <cwchar>
 
 #include "core/Exception.h"
+#include "core/ReportLocations.h"
 #include "msicomp/apppaths/XmlReader.h"
 #include "os/FileSystem.h"
+#include "res/TextIds.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
 
 namespace {
 
-constexpr unsigned kWrongRootMessageId = 2137;
-// The line that error reports have always named for a wrong root element; kept so that
-// reports from every version read alike.
-constexpr int kWrongRootLine = 56;
 constexpr int kFileVariableType = 2;
 
 // A decimal number as the C library reads one: leading digits, anything else is 0.
@@ -30,7 +28,8 @@ protected:
     {
         ++depth_;
         if (depth_ == 1 && std::strcmp(name, "PathVariables") != 0)
-            throw Exception(SourceModule(__FILE__), kWrongRootLine, kWrongRootMessageId, Path());
+            throw Exception(kPathVariablesRootLocation.file, kPathVariablesRootLocation.line,
+                IDS_PATH_VARIABLES_WRONG_ROOT, Path());
         if (depth_ != 2 || std::strcmp(name, "Var") != 0)
             return;
         PathVariableEntry entry{{}, {}, kFileVariableType, 0};

@@ -5,19 +5,19 @@
 #include "msicomp/MsiDatabase.h"
 #include "msicomp/MsiHandle.h"
 #include "os/FileSystem.h"
+#include "res/TextIds.h"
 
 namespace kw {
 
 namespace {
 
-constexpr unsigned kCallFailedMessageId = 59487;
 constexpr const wchar_t* kContext = L"MergeMod";
 
 // The exception of a failed installer call: its error code, its name and a context word.
 [[noreturn]] void ThrowCallFailed(
     std::wstring file, int line, UINT error, const wchar_t* call, const wchar_t* context = kContext)
 {
-    throw Exception(std::move(file), line, kCallFailedMessageId, error, call, context);
+    throw Exception(std::move(file), line, IDS_INSTALLER_CALL_FAILED, error, call, context);
 }
 
 std::wstring ReadSummaryText(MSIHANDLE summary, UINT property, const wchar_t* call, const wchar_t* context, int line)
