@@ -7,7 +7,7 @@
 #include <atomic>
 
 #include "os/FileSystem.h"
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 
 namespace kw {
 
@@ -41,7 +41,7 @@ template <typename Visit> DWORD SearchFolder(const std::wstring& folder, Visit v
 {
     WIN32_FIND_DATAW data;
     const FindOwner search(FindFirstFileW(SystemPath(Join(folder, L"*")).c_str(), &data));
-    if (!search.IsValid())
+    if (!search)
         return GetLastError();
     do {
         if (!IsDotOrDotDot(data.cFileName)) {
@@ -118,7 +118,7 @@ DWORD ReadAll(const std::wstring& path, std::string& bytes)
     const FileOwner file(
         CreateFileW(SystemPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
             nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.IsValid())
+    if (!file)
         return GetLastError();
     bytes.clear();
     char buffer[65536];
@@ -158,7 +158,7 @@ DWORD WriteTemporary(const std::wstring& temporary, std::string_view bytes)
 {
     const FileOwner file(CreateFileW(
         SystemPath(temporary).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.IsValid())
+    if (!file)
         return GetLastError();
     const DWORD error = WriteAll(file.Get(), bytes);
     if (error != ERROR_SUCCESS)
