@@ -55,7 +55,7 @@ void MsiTableView::Reset()
     streams_.clear();
     if (view_)
         MsiViewClose(view_.Get());
-    view_.Close();
+    view_.Reset();
     loaded_ = false;
 }
 
@@ -82,7 +82,7 @@ void MsiTableView::ReadColumns()
     const UINT count = MsiRecordGetFieldCount(names.Get());
     for (UINT field = 1; field <= count; ++field)
         columnNames_.push_back(ReadColumnInfo(names.Get(), field));
-    names.Close();
+    names.Reset();
 
     MsiHandle types;
     if (MsiViewGetColumnInfo(view_.Get(), MSICOLINFO_TYPES, types.Put()) != ERROR_SUCCESS)

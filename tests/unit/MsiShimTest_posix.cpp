@@ -202,8 +202,8 @@ TEST(MsiShim, RecordsKeepTheirStreamsAfterTheViewAndDatabaseAreClosed)
     MsiHandle view = Execute(database, L"SELECT `Data` FROM `Blobs` WHERE `Blob` = 'lines'");
     MsiHandle record;
     ASSERT_EQ(MsiViewFetch(view.Get(), record.Put()), ERROR_SUCCESS);
-    view.Close();
-    database.Close();
+    view.Reset();
+    database.Reset();
     DWORD size = 0;
     ASSERT_EQ(MsiRecordReadStream(record.Get(), 1, nullptr, &size), ERROR_SUCCESS);
     ASSERT_EQ(size, 20485u);
