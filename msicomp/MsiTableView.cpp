@@ -37,7 +37,7 @@ const std::wstring& ColumnValue(const MsiRow& row, const std::wstring& column)
     return found != row.end() ? found->second : kAbsent;
 }
 
-MsiTableView::MsiTableView(MSIHANDLE handle) : database_(handle) { }
+MsiTableView::MsiTableView(MSIHANDLE database) : database_(database) { }
 
 bool MsiTableView::LoadTable(const wchar_t* table, const wchar_t* const* columns)
 {
@@ -63,9 +63,9 @@ bool MsiTableView::Run(std::wstring name, const std::wstring& query)
 {
     Reset();
     name_ = std::move(name);
-    if (!database_.Usable())
+    if (database_ == 0)
         return false;
-    loaded_ = MsiDatabaseOpenViewW(database_.Get(), query.c_str(), view_.Put()) == ERROR_SUCCESS &&
+    loaded_ = MsiDatabaseOpenViewW(database_, query.c_str(), view_.Put()) == ERROR_SUCCESS &&
         MsiViewExecute(view_.Get(), 0) == ERROR_SUCCESS;
     if (!loaded_)
         return false;
