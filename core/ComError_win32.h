@@ -7,6 +7,7 @@
 #include <oleauto.h>
 
 #include "core/Exception.h"
+#include "os/win32/Handles_win32.h"
 
 namespace kw {
 
@@ -15,12 +16,12 @@ namespace kw {
 inline ComError ToComError(const _com_error& error)
 {
     ComError result{static_cast<std::int32_t>(error.Error()), {}};
-    if (IErrorInfo* info = error.ErrorInfo()) {
+    // ErrorInfo() adds a reference for the caller.
+    if (const ComOwner<IErrorInfo> info(error.ErrorInfo()); info) {
         BSTR description = nullptr;
-        if (SUCCEEDED(info->GetDescription(&description)) && description != nullptr)
+        if (SUCCEEDED(info.Get()->GetDescription(&description)) && description != nullptr)
             result.description.assign(description, SysStringLen(description));
         SysFreeString(description);
-        info->Release();
     }
     return result;
 }

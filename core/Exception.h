@@ -18,6 +18,12 @@ class ExceptionPresenter;
 
 std::wstring SourceModule(std::string_view file);
 
+// A source file as KW_HERE names it, and a line in it.
+struct SourceLocation {
+    std::wstring file;
+    int line = 0;
+};
+
 // The program's own application-error code, the code of every exception that carries no
 // system error.
 inline constexpr std::uint32_t kApplicationErrorCode = 0xE0010064;

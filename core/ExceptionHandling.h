@@ -64,11 +64,6 @@ struct StackFrame {
     long line = 0;
 };
 
-struct SourceLocation {
-    std::wstring file;
-    int line = 0;
-};
-
 // "ACCESS_VIOLATION" and the like; null for a code the program does not name.
 const char* StructuredExceptionName(std::uint32_t code);
 

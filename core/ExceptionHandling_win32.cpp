@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "core/ProcessorContext_win32.h"
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 
 namespace kw {
 
@@ -235,10 +235,9 @@ void ReportUnhandled(const EXCEPTION_POINTERS* pointers)
     }
     // The overflowed stack has no room for the walk and the report: they run on a thread of
     // their own, started with as little stack as the system allows, while this one waits.
-    const HANDLE started = CreateThread(nullptr, 0, ReportOnThisThread, &job, 0, nullptr);
-    if (started == nullptr)
+    const KernelObjectOwner reporter(CreateThread(nullptr, 0, ReportOnThisThread, &job, 0, nullptr));
+    if (!reporter)
         return;
-    const FileOwner reporter(started); // a kernel handle, closed as a file's is
     WaitForSingleObject(reporter.Get(), INFINITE);
 }
 

@@ -1,5 +1,10 @@
 #include "core/ExceptionPresenter.h"
 
+#if __has_include(<cxxabi.h>)
+#include <cxxabi.h>
+#define KW_HAS_FORCED_UNWIND 1
+#endif
+
 #include "core/ErrorDialog.h"
 #include "os/Console.h"
 #include "os/ResourceText.h"
@@ -10,6 +15,9 @@ namespace kw {
 namespace {
 // The general text shown for a crash, whose details follow.
 constexpr unsigned kCrashMessageId = 65001;
+
+constexpr const wchar_t* kPresenterFile = L"..\\core\\ExceptionPresenter.cpp";
+constexpr const wchar_t* kForeignExceptionText = L"An exception of unknown type was thrown.";
 } // namespace
 
 ExceptionPresenter& ExceptionPresenter::Instance()
@@ -29,7 +37,7 @@ void ExceptionPresenter::Present(WindowHandle parent, const IException& exceptio
 void ExceptionPresenter::Present(WindowHandle parent, const std::exception& exception)
 {
     const std::wstring message = FromUtf8(exception.what());
-    Show(parent, message, message, ExceptionTypeName(kExceptionStd), L"..\\core\\ExceptionPresenter.cpp");
+    Show(parent, message, message, ExceptionTypeName(kExceptionStd), kPresenterFile);
 }
 
 void ExceptionPresenter::Show(WindowHandle parent, const std::wstring& shortText, const std::wstring& fullText,
@@ -60,6 +68,29 @@ void ExceptionPresenter::Show(WindowHandle parent, const std::wstring& shortText
 
     if (sink != nullptr)
         sink->Report(text, typeName, file);
+}
+
+void PresentCurrentException(WindowHandle parent, const std::optional<SourceLocation>& standardFrom)
+{
+    try {
+        throw;
+#ifdef KW_HAS_FORCED_UNWIND
+    } catch (const abi::__forced_unwind&) {
+        throw; // thread cancellation unwinds to the end of its thread; stopping it aborts
+#endif
+    } catch (const IException& exception) {
+        exception.GetPresenter().Present(parent, exception);
+    } catch (const std::exception& exception) {
+        if (standardFrom) {
+            const Exception wrapped(standardFrom->file, standardFrom->line, FromUtf8(exception.what()));
+            wrapped.GetPresenter().Present(parent, wrapped);
+        } else {
+            ExceptionPresenter::Instance().Present(parent, exception);
+        }
+    } catch (...) {
+        ExceptionPresenter::Instance().Show(parent, kForeignExceptionText, kForeignExceptionText,
+            ExceptionTypeName(kExceptionUnhandled), standardFrom ? standardFrom->file : kPresenterFile);
+    }
 }
 
 } // namespace kw

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "core/Exception.h"
@@ -52,5 +53,20 @@ private:
     std::wstring note_;
     std::wstring title_;
 };
+
+// The one catch funnel: presents the exception being handled, so that a catch site needs one
+// clause, `catch (...) { PresentCurrentException(); }`. Call it only while an exception is
+// being handled (inside a catch clause); otherwise the program terminates.
+// - The program's own exceptions (IException) go to their own presenter, as they are.
+// - A standard exception is presented as type "EXCEPTION_STD" from the presenter's own source
+//   file; given `standardFrom`, it is first wrapped into an Exception thrown from that location
+//   (for catch sites whose reports have always named a fixed file and line).
+// - Anything else (a foreign exception: an int, a type of some library) is never swallowed
+//   silently: it is presented as an exception of unknown type, type "EXCEPTION_UNHANDLED", from
+//   `standardFrom` when given, else from the presenter's source file.
+// - glibc's forced unwinding (a cancelled thread, or pthread_exit) is thrown on: it must reach
+//   the end of the thread.
+// An exception thrown while presenting leaves this function.
+void PresentCurrentException(WindowHandle parent = nullptr, const std::optional<SourceLocation>& standardFrom = {});
 
 } // namespace kw

@@ -23,13 +23,4 @@ std::wstring GetPackageCode(MSIHANDLE database)
     return code;
 }
 
-DatabaseHandle::DatabaseHandle(MSIHANDLE handle)
-{
-    // Only a session handle has no database state of its own.
-    if (MsiGetDatabaseState(handle) != MSIDBSTATE_ERROR)
-        borrowed_ = handle;
-    else
-        owned_ = MsiHandle(MsiGetActiveDatabase(handle));
-}
-
 } // namespace kw

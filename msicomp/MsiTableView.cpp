@@ -37,7 +37,7 @@ const std::wstring& ColumnValue(const MsiRow& row, const std::wstring& column)
     return found != row.end() ? found->second : kAbsent;
 }
 
-MsiTableView::MsiTableView(MSIHANDLE handle) : database_(handle) { }
+MsiTableView::MsiTableView(MSIHANDLE database) : database_(database) { }
 
 bool MsiTableView::LoadTable(const wchar_t* table, const wchar_t* const* columns)
 {
@@ -55,7 +55,7 @@ void MsiTableView::Reset()
     streams_.clear();
     if (view_)
         MsiViewClose(view_.Get());
-    view_.Close();
+    view_.Reset();
     loaded_ = false;
 }
 
@@ -63,9 +63,9 @@ bool MsiTableView::Run(std::wstring name, const std::wstring& query)
 {
     Reset();
     name_ = std::move(name);
-    if (!database_.Usable())
+    if (database_ == 0)
         return false;
-    loaded_ = MsiDatabaseOpenViewW(database_.Get(), query.c_str(), view_.Put()) == ERROR_SUCCESS &&
+    loaded_ = MsiDatabaseOpenViewW(database_, query.c_str(), view_.Put()) == ERROR_SUCCESS &&
         MsiViewExecute(view_.Get(), 0) == ERROR_SUCCESS;
     if (!loaded_)
         return false;
@@ -82,7 +82,7 @@ void MsiTableView::ReadColumns()
     const UINT count = MsiRecordGetFieldCount(names.Get());
     for (UINT field = 1; field <= count; ++field)
         columnNames_.push_back(ReadColumnInfo(names.Get(), field));
-    names.Close();
+    names.Reset();
 
     MsiHandle types;
     if (MsiViewGetColumnInfo(view_.Get(), MSICOLINFO_TYPES, types.Put()) != ERROR_SUCCESS)

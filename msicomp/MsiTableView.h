@@ -21,8 +21,8 @@ inline constexpr const wchar_t* kBinaryDataText = L"{Binary Data}";
 
 class MsiTableView {
 public:
-    // From a database handle (used, not owned) or an installer session (its database is owned).
-    explicit MsiTableView(MSIHANDLE handle);
+    // From a database handle, used and never closed here; 0 gives no rows.
+    explicit MsiTableView(MSIHANDLE database);
 
     // Both answer whether at least one row was read. A missing table or a failing query
     // yields no rows and no error.
@@ -38,9 +38,6 @@ public:
     // The contents of the binary cells, in the order they were read.
     const std::vector<std::string>& Streams() const { return streams_; }
     bool Loaded() const { return loaded_; }
-    // Whether the database was obtained from an installer session and is closed with the view.
-    bool Owned() const { return database_.Owned(); }
-    MSIHANDLE Database() const { return database_.Get(); }
 
 private:
     void Reset();
@@ -48,7 +45,7 @@ private:
     void ReadColumns();
     void ReadRows();
 
-    DatabaseHandle database_;
+    MSIHANDLE database_;
     MsiHandle view_;
     std::wstring name_;
     std::vector<std::wstring> columnNames_;

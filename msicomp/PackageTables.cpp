@@ -39,23 +39,14 @@ std::int64_t ParseFileSize(const std::wstring& text)
     return value;
 }
 
-PackageTables::PackageTables(MSIHANDLE handle, int loadKind, bool mapTargetDirToAppDir)
+PackageTables::PackageTables(MSIHANDLE handle, PackageLoadKind loadKind, bool mapTargetDirToAppDir)
     : handle_(handle), mapTargetDirToAppDir_(mapTargetDirToAppDir)
 {
-    switch (loadKind) {
-    case kLoadEverything:
+    if (loadKind == kLoadEverything)
         LoadRegistry();
-        LoadDirectories();
+    LoadDirectories();
+    if (loadKind == kLoadEverything)
         LoadFiles();
-        break;
-    case kLoadDirectories: LoadDirectories(); break;
-    case kLoadDirectoriesAndFiles:
-        LoadDirectories();
-        LoadFiles();
-        break;
-    case kLoadRegistry: LoadRegistry(); break;
-    default: break;
-    }
 }
 
 const std::wstring& PackageTables::FullPathOf(const std::wstring& directoryId) const

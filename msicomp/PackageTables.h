@@ -27,8 +27,6 @@ struct RegistryEntry {
 enum PackageLoadKind : int {
     kLoadEverything = 0, // registry, directories, files
     kLoadDirectories = 1,
-    kLoadDirectoriesAndFiles = 2,
-    kLoadRegistry = 3,
 };
 
 // FileSize as a base-10 integer, as the standard conversion reads it. Throws the standard
@@ -37,9 +35,8 @@ std::int64_t ParseFileSize(const std::wstring& text);
 
 class PackageTables {
 public:
-    // Loads at once; `mapTargetDirToAppDir` roots paths under TARGETDIR at APPDIR. Any other
-    // kind than those above loads nothing.
-    PackageTables(MSIHANDLE handle, int loadKind, bool mapTargetDirToAppDir);
+    // Loads at once; `mapTargetDirToAppDir` roots paths under TARGETDIR at APPDIR.
+    PackageTables(MSIHANDLE handle, PackageLoadKind loadKind, bool mapTargetDirToAppDir);
 
     const std::unordered_map<std::wstring, DirectoryNode>& Directories() const { return directories_; }
     const std::unordered_map<std::wstring, std::wstring>& FullPathDir() const { return fullPathDir_; }

@@ -56,9 +56,4 @@ bool ReadFileBytes(const std::wstring& path, std::string& bytes);
 // flushed to the disk and then renamed over the file.
 bool ReplaceFileBytes(const std::wstring& path, std::string_view bytes);
 
-// Test seam: while set, every file write of ReplaceFileBytes stops after this many bytes and
-// fails as a full disk does (error 112), so that tests can interrupt a rewrite part way.
-void InjectWriteFaultForTests(std::optional<std::size_t> bytesBeforeFault);
-std::optional<std::size_t> InjectedWriteFault();
-
 } // namespace kw

@@ -3,6 +3,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "util/HandleOwner.h"
 
 namespace kw {
 
@@ -12,12 +15,20 @@ std::wstring ExecutableFolder();
 // The file name of the library of numbered texts: "uires.dll" on Windows, "libuires.so" on POSIX.
 extern const wchar_t* const kResourceLibraryFile;
 
+// A library loaded by the platform's loader (Windows: an HMODULE; POSIX: dlopen's handle),
+// freed with FreeLibrary or dlclose.
+struct LoadedLibraryKind {
+    using Handle = void*;
+    static void* Empty() { return nullptr; }
+    static void Close(void* library);
+};
+using LoadedLibraryOwner = HandleOwner<LoadedLibraryKind>;
+
 // A loaded library of numbered texts; unloaded with its owner.
 class TextLibrary {
 public:
     // Loads the library at `path`. Null when it cannot be loaded; the system error then says why.
     static std::unique_ptr<TextLibrary> Open(const std::wstring& path);
-    ~TextLibrary();
 
     // The text with this id, or empty text when the library has none.
     std::wstring_view Find(unsigned id) const;
@@ -26,8 +37,8 @@ public:
     TextLibrary& operator=(const TextLibrary&) = delete;
 
 private:
-    TextLibrary(void* handle, void* find) : handle_(handle), find_(find) { }
-    void* handle_;
+    TextLibrary(LoadedLibraryOwner library, void* find) : library_(std::move(library)), find_(find) { }
+    LoadedLibraryOwner library_;
     void* find_;
 };
 

@@ -206,7 +206,7 @@ void RulePackage::Open()
     opened_ = true;
     // A package that cannot be opened has no rows, no name and no codes: nothing to find.
     if (OpenPackage(path_, database_) != 0)
-        database_.Close();
+        database_.Reset();
     directories_ = std::make_unique<PackageTables>(database_.Get(), kLoadDirectories, false);
 }
 

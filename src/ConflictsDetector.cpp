@@ -119,10 +119,8 @@ int RunProgram(std::wstring_view commandLine)
             return -1;
         initialised = true;
         return static_cast<int>(application.Run());
-    } catch (const IException& e) {
-        e.GetPresenter().Present(nullptr, e);
-    } catch (const std::exception& e) {
-        ExceptionPresenter::Instance().Present(nullptr, e);
+    } catch (...) {
+        PresentCurrentException();
     }
     return initialised ? 1 : -1;
 }

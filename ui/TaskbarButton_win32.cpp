@@ -9,21 +9,12 @@
 #include <utility>
 
 #include "os/OsVersion.h"
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 #include "ui/TaskbarButton.h"
 
 namespace kw {
 
 namespace {
-
-// The taskbar list holds one reference, released by its owner.
-struct TaskbarListKind {
-    using Handle = ITaskbarList3*;
-    static ITaskbarList3* Empty() { return nullptr; }
-    static void Close(ITaskbarList3* list) { list->Release(); }
-};
-
-using TaskbarListOwner = HandleOwner<TaskbarListKind>;
 
 static_assert(static_cast<TBPFLAG>(TaskbarState::NoProgress) == TBPF_NOPROGRESS);
 static_assert(static_cast<TBPFLAG>(TaskbarState::Indeterminate) == TBPF_INDETERMINATE);
@@ -35,7 +26,7 @@ static_assert(static_cast<TBPFLAG>(TaskbarState::Paused) == TBPF_PAUSED);
 
 struct TaskbarButton::Native {
     HWND window;
-    TaskbarListOwner list;
+    ComOwner<ITaskbarList3> list;
 };
 
 void TaskbarButton::NativeDeleter::operator()(Native* native) const { delete native; }
@@ -45,10 +36,10 @@ TaskbarButton::NativeOwner TaskbarButton::CreateNative(void* window)
     // The taskbar list draws progress on buttons from version 6.1 on.
     if (!GetOsVersion().AtLeast(6, 1))
         return nullptr;
-    TaskbarListOwner list;
+    ComOwner<ITaskbarList3> list;
     if (FAILED(CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
-            reinterpret_cast<void**>(list.Receive()))) ||
-        !list.IsValid() || FAILED(list.Get()->HrInit()))
+            reinterpret_cast<void**>(list.Put()))) ||
+        !list || FAILED(list.Get()->HrInit()))
         return nullptr;
     return NativeOwner(new Native{static_cast<HWND>(window), std::move(list)});
 }

@@ -55,7 +55,7 @@ constexpr int kWindows1252High[32] = {
 
 } // namespace
 
-void XmlReader::ParserFree::operator()(XML_ParserStruct* parser) const { XML_ParserFree(parser); }
+void XmlParserKind::Close(XML_ParserStruct* parser) { XML_ParserFree(parser); }
 
 // expat's callbacks, handing each event to the reader. A failure of a handler stops the
 // parser and is thrown again once the parser has returned.
@@ -69,7 +69,7 @@ struct XmlReader::Callbacks {
             event(reader);
         } catch (...) {
             reader.handlerFailure_ = std::current_exception();
-            XML_StopParser(reader.parser_.get(), XML_FALSE);
+            XML_StopParser(reader.parser_.Get(), XML_FALSE);
         }
     }
 
@@ -120,14 +120,14 @@ void XmlReader::OnCharacterData(const char*, int) { }
 
 void XmlReader::CreateParser()
 {
-    parser_.reset();
+    parser_.Reset();
     declarationSeen_ = false;
     insideCdata_ = false;
     handlerFailure_ = nullptr;
-    parser_.reset(XML_ParserCreate(nullptr));
+    parser_.Reset(XML_ParserCreate(nullptr));
     if (!parser_)
         throw Exception(kXmlParserLocation.file, kXmlParserLocation.line, IDS_XML_NO_MEMORY, path_);
-    XML_Parser parser = parser_.get();
+    XML_Parser parser = parser_.Get();
     XML_SetUserData(parser, this);
     XML_SetXmlDeclHandler(parser, Callbacks::XmlDecl);
     XML_SetElementHandler(parser, Callbacks::StartElement, Callbacks::EndElement);
@@ -143,7 +143,7 @@ void XmlReader::Parse(const std::wstring& path)
     // The parser goes with the parse, whichever way it ends.
     struct FreeParser {
         XmlReader& reader;
-        ~FreeParser() { reader.parser_.reset(); }
+        ~FreeParser() { reader.parser_.Reset(); }
     } freeParser{*this};
     ParseBlocks();
 }
@@ -153,7 +153,7 @@ void XmlReader::ParseBlocks()
     const std::unique_ptr<XmlReaderFile> file = XmlReaderFile::Open(path_);
     if (!file)
         throw Exception(kXmlOpenLocation.file, kXmlOpenLocation.line, IDS_XML_CANNOT_OPEN, path_);
-    XML_Parser parser = parser_.get();
+    XML_Parser parser = parser_.Get();
     for (bool last = false; !last;) {
         void* block = XML_GetBuffer(parser, kBlockSize);
         if (block == nullptr)

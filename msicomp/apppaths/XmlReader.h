@@ -8,9 +8,18 @@
 #include <memory>
 #include <string>
 
+#include "util/HandleOwner.h"
+
 struct XML_ParserStruct;
 
 namespace kw {
+
+// An expat parser, freed with XML_ParserFree.
+struct XmlParserKind {
+    using Handle = XML_ParserStruct*;
+    static XML_ParserStruct* Empty() { return nullptr; }
+    static void Close(XML_ParserStruct* parser);
+};
 
 class XmlReader {
 public:
@@ -35,16 +44,12 @@ protected:
     bool InsideCdata() const { return insideCdata_; }
 
 private:
-    struct ParserFree {
-        void operator()(XML_ParserStruct* parser) const;
-    };
-
     struct Callbacks;
     void CreateParser();
     void ParseBlocks();
 
     std::wstring path_;
-    std::unique_ptr<XML_ParserStruct, ParserFree> parser_;
+    HandleOwner<XmlParserKind> parser_;
     bool declarationSeen_ = false;
     bool insideCdata_ = false;
     // What a handler threw: expat's C frames are never unwound, so it waits here until the

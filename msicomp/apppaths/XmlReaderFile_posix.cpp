@@ -5,17 +5,13 @@
 
 #include "msicomp/apppaths/XmlReaderFile.h"
 #include "os/SystemError.h"
+#include "os/posix/Handles_posix.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
 
 struct XmlReaderFile::Handle {
-    int descriptor = -1;
-    ~Handle()
-    {
-        if (descriptor >= 0)
-            ::close(descriptor);
-    }
+    FileDescriptorOwner descriptor;
 };
 
 XmlReaderFile::XmlReaderFile(std::unique_ptr<Handle> handle) : handle_(std::move(handle)) { }
@@ -24,8 +20,8 @@ XmlReaderFile::~XmlReaderFile() = default;
 std::unique_ptr<XmlReaderFile> XmlReaderFile::Open(const std::wstring& path)
 {
     auto handle = std::make_unique<Handle>();
-    handle->descriptor = ::open(ToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC);
-    if (handle->descriptor < 0) {
+    handle->descriptor.Reset(::open(ToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC));
+    if (!handle->descriptor) {
         SetLastSystemError(errno == ENOENT ? 2 : errno == EACCES ? 5 : 31);
         return nullptr;
     }
@@ -36,7 +32,7 @@ std::optional<std::size_t> XmlReaderFile::Read(void* buffer, std::size_t size)
 {
     std::size_t done = 0;
     while (done < size) {
-        const ssize_t got = ::read(handle_->descriptor, static_cast<char*>(buffer) + done, size - done);
+        const ssize_t got = ::read(handle_->descriptor.Get(), static_cast<char*>(buffer) + done, size - done);
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0) {

@@ -2,7 +2,7 @@
 
 #include "msicomp/apppaths/XmlReaderFile.h"
 #include "os/FileSystem.h"
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 
 namespace kw {
 
@@ -17,7 +17,7 @@ std::unique_ptr<XmlReaderFile> XmlReaderFile::Open(const std::wstring& path)
 {
     FileOwner file(CreateFileW(SystemPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
         FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.IsValid())
+    if (!file)
         return nullptr;
     return std::unique_ptr<XmlReaderFile>(new XmlReaderFile(std::make_unique<Handle>(Handle{std::move(file)})));
 }

@@ -4,43 +4,35 @@
 // includes this.
 #include <libmsi.h>
 
-#include <memory>
-
 #include "msicomp/posix/MsiShim.h"
+#include "util/HandleOwner.h"
 
 namespace kw::msishim {
 
 // A GObject from libmsi or gio (database, query, record, summary information, input stream),
 // released with g_object_unref.
-struct GObjectUnref {
-    void operator()(gpointer object) const { g_object_unref(object); }
+template <class T> struct GObjectKind {
+    using Handle = T*;
+    static T* Empty() { return nullptr; }
+    static void Close(T* object) { g_object_unref(object); }
 };
-template <class T> using GObjectPtr = std::unique_ptr<T, GObjectUnref>;
+template <class T> using GObjectPtr = HandleOwner<GObjectKind<T>>;
 
 // Text that libmsi hands over, released with g_free.
-struct GFree {
-    void operator()(gpointer memory) const { g_free(memory); }
+struct GTextKind {
+    using Handle = gchar*;
+    static gchar* Empty() { return nullptr; }
+    static void Close(gchar* text) { g_free(text); }
 };
-using GText = std::unique_ptr<gchar, GFree>;
+using GText = HandleOwner<GTextKind>;
 
-// The error out-argument of a libmsi call, cleared with g_clear_error.
-class GErrorSlot {
-public:
-    GErrorSlot() = default;
-    ~GErrorSlot() { g_clear_error(&error_); }
-    GErrorSlot(const GErrorSlot&) = delete;
-    GErrorSlot& operator=(const GErrorSlot&) = delete;
-
-    GError** Out()
-    {
-        g_clear_error(&error_);
-        return &error_;
-    }
-    const GError* Get() const { return error_; }
-
-private:
-    GError* error_ = nullptr;
+// The error out-argument of a libmsi call (Put), cleared with g_clear_error.
+struct GErrorKind {
+    using Handle = GError*;
+    static GError* Empty() { return nullptr; }
+    static void Close(GError* error) { g_clear_error(&error); }
 };
+using GErrorSlot = HandleOwner<GErrorKind>;
 
 // The installer's result code for a libmsi error; `otherwise` when there is none or it is not
 // one of libmsi's result errors.

@@ -116,7 +116,7 @@ UINT OpenReadOnly(LPCWSTR path, GObjectPtr<LibmsiDatabase>& database)
     if (S_ISDIR(information.st_mode))
         return ERROR_FUNCTION_FAILED;
     GErrorSlot error;
-    database.reset(libmsi_database_new(file.c_str(), LIBMSI_DB_FLAGS_READONLY, nullptr, error.Out()));
+    database.Reset(libmsi_database_new(file.c_str(), LIBMSI_DB_FLAGS_READONLY, nullptr, error.Put()));
     return database ? ERROR_SUCCESS : ERROR_FUNCTION_FAILED;
 }
 
@@ -124,13 +124,13 @@ std::vector<FieldKind> ColumnKinds(LibmsiQuery* query)
 {
     std::vector<FieldKind> kinds;
     GErrorSlot error;
-    const GObjectPtr<LibmsiRecord> types(libmsi_query_get_column_info(query, LIBMSI_COL_INFO_TYPES, error.Out()));
+    const GObjectPtr<LibmsiRecord> types(libmsi_query_get_column_info(query, LIBMSI_COL_INFO_TYPES, error.Put()));
     if (!types)
         return kinds;
-    const guint count = libmsi_record_get_field_count(types.get());
+    const guint count = libmsi_record_get_field_count(types.Get());
     for (guint column = 1; column <= count; ++column) {
-        const GText type(libmsi_record_get_string(types.get(), column));
-        const char letter = type ? static_cast<char>(g_ascii_tolower(type.get()[0])) : 's';
+        const GText type(libmsi_record_get_string(types.Get(), column));
+        const char letter = type ? static_cast<char>(g_ascii_tolower(type.Get()[0])) : 's';
         if (letter == 'i' || letter == 'j')
             kinds.push_back(FieldKind::Integer);
         else if (letter == 'v')
@@ -150,15 +150,15 @@ std::wstring SummaryText(LibmsiSummaryInfo* information, const gchar* bytes)
         return std::wstring();
     GErrorSlot error;
     int codePage = 0;
-    if (libmsi_summary_info_get_property_type(information, LIBMSI_PROPERTY_CODEPAGE, error.Out()) ==
+    if (libmsi_summary_info_get_property_type(information, LIBMSI_PROPERTY_CODEPAGE, error.Put()) ==
         LIBMSI_PROPERTY_TYPE_INT)
-        codePage = libmsi_summary_info_get_int(information, LIBMSI_PROPERTY_CODEPAGE, error.Out());
+        codePage = libmsi_summary_info_get_int(information, LIBMSI_PROPERTY_CODEPAGE, error.Put());
     constexpr int kUtf8CodePage = 65001;
     if (codePage == kUtf8CodePage)
         return FromUtf8(bytes);
     const std::string charset = "CP" + std::to_string(codePage > 0 ? codePage : 1252);
-    const GText converted(g_convert(bytes, -1, "UTF-8", charset.c_str(), nullptr, nullptr, error.Out()));
-    return FromUtf8(converted ? converted.get() : bytes);
+    const GText converted(g_convert(bytes, -1, "UTF-8", charset.c_str(), nullptr, nullptr, error.Put()));
+    return FromUtf8(converted ? converted.Get() : bytes);
 }
 
 // A record as fetched from a view. Each field is read from libmsi by its column's kind: libmsi
@@ -181,7 +181,7 @@ std::vector<Field> FetchedFields(LibmsiRecord* source, const std::vector<FieldKi
             field.integer = libmsi_record_get_int(source, column);
             field.text = std::to_wstring(field.integer);
         } else if (field.kind == FieldKind::String) {
-            field.text = Text(GText(libmsi_record_get_string(source, column)).get());
+            field.text = Text(GText(libmsi_record_get_string(source, column)).Get());
         }
     }
     return fields;
@@ -196,7 +196,7 @@ std::vector<Field> TextFields(LibmsiRecord* source)
         if (libmsi_record_is_null(source, column))
             continue;
         fields[column].kind = FieldKind::String;
-        fields[column].text = Text(GText(libmsi_record_get_string(source, column)).get());
+        fields[column].text = Text(GText(libmsi_record_get_string(source, column)).Get());
     }
     return fields;
 }
@@ -209,7 +209,7 @@ bool ReadWholeStream(LibmsiRecord* source, guint column, std::string& bytes)
     char chunk[1 << 16];
     for (;;) {
         GErrorSlot error;
-        const gssize read = g_input_stream_read(input.get(), chunk, sizeof chunk, nullptr, error.Out());
+        const gssize read = g_input_stream_read(input.Get(), chunk, sizeof chunk, nullptr, error.Put());
         if (read < 0)
             return false;
         if (read == 0)
@@ -275,7 +275,7 @@ UINT MsiDatabaseOpenViewW(MSIHANDLE database, LPCWSTR query, MSIHANDLE* view)
     if (query == nullptr)
         return ERROR_BAD_QUERY_SYNTAX;
     GErrorSlot error;
-    GObjectPtr<LibmsiQuery> opened(libmsi_query_new(found->database.get(), kw::ToUtf8(query).c_str(), error.Out()));
+    GObjectPtr<LibmsiQuery> opened(libmsi_query_new(found->database.Get(), kw::ToUtf8(query).c_str(), error.Put()));
     if (!opened)
         return ToInstallerError(error.Get(), ERROR_BAD_QUERY_SYNTAX);
     return AddHandle(std::make_shared<View>(std::move(opened)), view);
@@ -291,7 +291,7 @@ UINT MsiViewExecute(MSIHANDLE view, MSIHANDLE record)
         return ERROR_INVALID_HANDLE;
     found->ended = false;
     GErrorSlot error;
-    if (!libmsi_query_execute(found->query.get(), parameters ? parameters->source.get() : nullptr, error.Out()))
+    if (!libmsi_query_execute(found->query.Get(), parameters ? parameters->source.Get() : nullptr, error.Put()))
         return ToInstallerError(error.Get(), ERROR_FUNCTION_FAILED);
     return ERROR_SUCCESS;
 }
@@ -308,10 +308,10 @@ UINT MsiViewFetch(MSIHANDLE view, MSIHANDLE* record)
     if (found->ended) {
         // Running the query again is libmsi's only way back to its first row.
         found->ended = false;
-        if (!libmsi_query_execute(found->query.get(), nullptr, error.Out()))
+        if (!libmsi_query_execute(found->query.Get(), nullptr, error.Put()))
             return ToInstallerError(error.Get(), ERROR_FUNCTION_FAILED);
     }
-    GObjectPtr<LibmsiRecord> fetched(libmsi_query_fetch(found->query.get(), error.Out()));
+    GObjectPtr<LibmsiRecord> fetched(libmsi_query_fetch(found->query.Get(), error.Put()));
     if (!fetched) {
         if (error.Get() != nullptr)
             return ToInstallerError(error.Get(), ERROR_FUNCTION_FAILED);
@@ -319,8 +319,8 @@ UINT MsiViewFetch(MSIHANDLE view, MSIHANDLE* record)
         return ERROR_NO_MORE_ITEMS;
     }
     if (!found->columns)
-        found->columns = ColumnKinds(found->query.get());
-    std::vector<Field> fields = FetchedFields(fetched.get(), *found->columns);
+        found->columns = ColumnKinds(found->query.Get());
+    std::vector<Field> fields = FetchedFields(fetched.Get(), *found->columns);
     return AddHandle(std::make_shared<Record>(std::move(fetched), std::move(fields)), record);
 }
 
@@ -330,7 +330,7 @@ UINT MsiViewClose(MSIHANDLE view)
     if (!found)
         return ERROR_INVALID_HANDLE;
     GErrorSlot error;
-    if (!libmsi_query_close(found->query.get(), error.Out()))
+    if (!libmsi_query_close(found->query.Get(), error.Put()))
         return ToInstallerError(error.Get(), ERROR_FUNCTION_FAILED);
     return ERROR_SUCCESS;
 }
@@ -344,10 +344,10 @@ UINT MsiViewGetColumnInfo(MSIHANDLE view, MSICOLINFO kind, MSIHANDLE* record)
         return ERROR_INVALID_HANDLE;
     const LibmsiColInfo info = kind == MSICOLINFO_NAMES ? LIBMSI_COL_INFO_NAMES : LIBMSI_COL_INFO_TYPES;
     GErrorSlot error;
-    GObjectPtr<LibmsiRecord> columns(libmsi_query_get_column_info(found->query.get(), info, error.Out()));
+    GObjectPtr<LibmsiRecord> columns(libmsi_query_get_column_info(found->query.Get(), info, error.Put()));
     if (!columns)
         return ToInstallerError(error.Get(), ERROR_FUNCTION_FAILED);
-    std::vector<Field> fields = TextFields(columns.get());
+    std::vector<Field> fields = TextFields(columns.Get());
     return AddHandle(std::make_shared<Record>(std::move(columns), std::move(fields)), record);
 }
 
@@ -413,7 +413,7 @@ UINT MsiRecordReadStream(MSIHANDLE record, UINT field, char* buffer, DWORD* size
         return ERROR_INVALID_DATATYPE;
     if (!value.bytes) {
         std::string bytes;
-        if (!ReadWholeStream(found->source.get(), field, bytes))
+        if (!ReadWholeStream(found->source.Get(), field, bytes))
             return ERROR_FUNCTION_FAILED;
         value.bytes = std::move(bytes);
     }
@@ -444,11 +444,11 @@ UINT MsiGetSummaryInformationW(MSIHANDLE database, LPCWSTR databasePath, UINT, M
         const auto found = Handles().Find<Database>(database);
         if (!found)
             return ERROR_INVALID_HANDLE;
-        source = Reference(found->database.get());
+        source = Reference(found->database.Get());
     }
     // Nothing is ever written, so libmsi is asked for no updates whatever count the caller allows.
     GErrorSlot error;
-    GObjectPtr<LibmsiSummaryInfo> information(libmsi_summary_info_new(source.get(), 0, error.Out()));
+    GObjectPtr<LibmsiSummaryInfo> information(libmsi_summary_info_new(source.Get(), 0, error.Put()));
     if (!information)
         return ToInstallerError(error.Get(), ERROR_FUNCTION_FAILED);
     return AddHandle(std::make_shared<SummaryInformation>(std::move(source), std::move(information)), summary);
@@ -466,22 +466,22 @@ UINT MsiSummaryInfoGetPropertyW(
             *type = VT_EMPTY;
         return ERROR_UNKNOWN_PROPERTY;
     }
-    LibmsiSummaryInfo* information = found->information.get();
+    LibmsiSummaryInfo* information = found->information.Get();
     const auto id = static_cast<LibmsiProperty>(property);
     GErrorSlot error;
-    switch (libmsi_summary_info_get_property_type(information, id, error.Out())) {
+    switch (libmsi_summary_info_get_property_type(information, id, error.Put())) {
     case LIBMSI_PROPERTY_TYPE_INT:
         // libmsi does not tell a short from a long; only the code page is a short.
         if (type != nullptr)
             *type = property == PID_CODEPAGE ? VT_I2 : VT_I4;
         if (integer != nullptr)
-            *integer = libmsi_summary_info_get_int(information, id, error.Out());
+            *integer = libmsi_summary_info_get_int(information, id, error.Put());
         return ERROR_SUCCESS;
     case LIBMSI_PROPERTY_TYPE_FILETIME:
         if (type != nullptr)
             *type = VT_FILETIME;
         if (time != nullptr) {
-            const guint64 value = libmsi_summary_info_get_filetime(information, id, error.Out());
+            const guint64 value = libmsi_summary_info_get_filetime(information, id, error.Put());
             time->dwLowDateTime = static_cast<DWORD>(value);
             time->dwHighDateTime = static_cast<DWORD>(value >> 32);
         }
@@ -492,7 +492,7 @@ UINT MsiSummaryInfoGetPropertyW(
         if (size == nullptr)
             return ERROR_SUCCESS;
         const std::wstring text =
-            SummaryText(information, libmsi_summary_info_get_string(information, id, error.Out()));
+            SummaryText(information, libmsi_summary_info_get_string(information, id, error.Put()));
         CopyText(text, Copy::UpToCapacity, buffer, *size);
         const auto length = static_cast<DWORD>(text.size());
         // Unlike a record field, a summary text answers ERROR_MORE_DATA to a call without a buffer.

@@ -17,6 +17,7 @@
 
 #include "os/FileSystem.h"
 #include "os/SystemError.h"
+#include "os/posix/Handles_posix.h"
 #include "os/posix/HomeFolder_posix.h"
 #include "util/strings/StringSystem.h"
 
@@ -108,47 +109,9 @@ bool FailSearch(int error, const std::string& folder)
     return Fail(error, folder);
 }
 
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) { }
-    ~FileDescriptor()
-    {
-        if (descriptor_ >= 0)
-            ::close(descriptor_);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    int Get() const { return descriptor_; }
-    bool IsValid() const { return descriptor_ >= 0; }
-    // Closes it now, and says whether the close succeeded: a failing close can be the first
-    // sign of a write that did not reach the disk.
-    bool Close()
-    {
-        const int descriptor = std::exchange(descriptor_, -1);
-        return ::close(descriptor) == 0;
-    }
-
-private:
-    int descriptor_;
-};
-
-class FolderStream {
-public:
-    explicit FolderStream(DIR* stream) : stream_(stream) { }
-    ~FolderStream()
-    {
-        if (stream_ != nullptr)
-            ::closedir(stream_);
-    }
-    FolderStream(const FolderStream&) = delete;
-    FolderStream& operator=(const FolderStream&) = delete;
-
-    DIR* Get() const { return stream_; }
-
-private:
-    DIR* stream_;
-};
+// Closes the descriptor now and says whether the close succeeded: a failing close can be the
+// first sign of a write that did not reach the disk.
+bool CloseNow(FileDescriptorOwner& descriptor) { return ::close(descriptor.Release()) == 0; }
 
 bool IsDotOrDotDot(const char* name)
 {
@@ -165,8 +128,8 @@ std::string Join(const std::string& folder, const char* name)
 // The names in a folder, without "." and "..".
 bool ReadNames(const std::string& folder, std::vector<std::string>& names)
 {
-    FolderStream stream(::opendir(folder.c_str()));
-    if (stream.Get() == nullptr)
+    const FolderStreamOwner stream(::opendir(folder.c_str()));
+    if (!stream)
         return FailSearch(errno, folder);
     for (;;) {
         errno = 0;
@@ -206,22 +169,15 @@ bool RemoveTree(const std::string& folder)
 
 bool WriteAll(int descriptor, std::string_view bytes)
 {
-    // The test seam stops the write part way, as a disk that fills up would.
-    const std::optional<std::size_t> fault = InjectedWriteFault();
-    const std::size_t allowed = fault ? std::min(*fault, bytes.size()) : bytes.size();
     std::size_t done = 0;
-    while (done < allowed) {
-        const ssize_t written = ::write(descriptor, bytes.data() + done, allowed - done);
+    while (done < bytes.size()) {
+        const ssize_t written = ::write(descriptor, bytes.data() + done, bytes.size() - done);
         if (written < 0) {
             if (errno == EINTR)
                 continue;
             return false;
         }
         done += static_cast<std::size_t>(written);
-    }
-    if (allowed < bytes.size()) {
-        errno = ENOSPC;
-        return false;
     }
     return true;
 }
@@ -230,8 +186,8 @@ bool WriteAll(int descriptor, std::string_view bytes)
 // of the rename itself.
 void SyncFolder(const std::string& folder)
 {
-    FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor.IsValid())
+    FileDescriptorOwner descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor)
         ::fsync(descriptor.Get());
 }
 
@@ -283,8 +239,8 @@ bool RemoveFolder(const std::wstring& folder) { return RemoveTree(ToUtf8(folder)
 bool ReadFileBytes(const std::wstring& path, std::string& bytes)
 {
     const std::string file = ToUtf8(path);
-    FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!descriptor.IsValid())
+    FileDescriptorOwner descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!descriptor)
         return Fail(errno, file);
     struct stat info { };
     if (::fstat(descriptor.Get(), &info) != 0)
@@ -313,10 +269,10 @@ bool ReplaceFileBytes(const std::wstring& path, std::string_view bytes)
     // A file already there keeps its permissions; a new one is private to the user.
     struct stat existing { };
     const mode_t mode = ::stat(file.c_str(), &existing) == 0 ? (existing.st_mode & 07777) : 0600;
-    FileDescriptor descriptor(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
-    if (!descriptor.IsValid())
+    FileDescriptorOwner descriptor(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
+    if (!descriptor)
         return Fail(errno, temporary);
-    if (!WriteAll(descriptor.Get(), bytes) || ::fsync(descriptor.Get()) != 0 || !descriptor.Close() ||
+    if (!WriteAll(descriptor.Get(), bytes) || ::fsync(descriptor.Get()) != 0 || !CloseNow(descriptor) ||
         ::rename(temporary.c_str(), file.c_str()) != 0) {
         const int error = errno;
         ::unlink(temporary.c_str());

@@ -21,6 +21,8 @@ constexpr std::uint32_t kErrorBadFormat = 193;
 
 } // namespace
 
+void LoadedLibraryKind::Close(void* library) { ::dlclose(library); }
+
 std::wstring ExecutableFolder()
 {
     std::string path(4096, '\0');
@@ -40,19 +42,16 @@ std::unique_ptr<TextLibrary> TextLibrary::Open(const std::wstring& path)
         SetLastSystemError(kErrorModuleNotFound);
         return nullptr;
     }
-    void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    void* find = handle != nullptr ? ::dlsym(handle, "KwFindText") : nullptr;
+    LoadedLibraryOwner library(::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
+    void* find = library ? ::dlsym(library.Get(), "KwFindText") : nullptr;
     if (find == nullptr) {
-        if (handle != nullptr)
-            ::dlclose(handle);
+        library.Reset();
         // It is there but is not a library of texts, as Windows says of a file that is no DLL.
         SetLastSystemError(kErrorBadFormat);
         return nullptr;
     }
-    return std::unique_ptr<TextLibrary>(new TextLibrary(handle, find));
+    return std::unique_ptr<TextLibrary>(new TextLibrary(std::move(library), find));
 }
-
-TextLibrary::~TextLibrary() { ::dlclose(handle_); }
 
 std::wstring_view TextLibrary::Find(unsigned id) const
 {

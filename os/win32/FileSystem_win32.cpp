@@ -7,7 +7,7 @@
 #include <atomic>
 
 #include "os/FileSystem.h"
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 
 namespace kw {
 
@@ -41,7 +41,7 @@ template <typename Visit> DWORD SearchFolder(const std::wstring& folder, Visit v
 {
     WIN32_FIND_DATAW data;
     const FindOwner search(FindFirstFileW(SystemPath(Join(folder, L"*")).c_str(), &data));
-    if (!search.IsValid())
+    if (!search)
         return GetLastError();
     do {
         if (!IsDotOrDotDot(data.cFileName)) {
@@ -118,7 +118,7 @@ DWORD ReadAll(const std::wstring& path, std::string& bytes)
     const FileOwner file(
         CreateFileW(SystemPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
             nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.IsValid())
+    if (!file)
         return GetLastError();
     bytes.clear();
     char buffer[65536];
@@ -134,18 +134,15 @@ DWORD ReadAll(const std::wstring& path, std::string& bytes)
 
 DWORD WriteAll(HANDLE file, std::string_view bytes)
 {
-    // The test seam stops the write part way, as a disk that fills up would.
-    const std::optional<std::size_t> fault = InjectedWriteFault();
-    const std::size_t allowed = fault ? std::min(*fault, bytes.size()) : bytes.size();
     std::size_t done = 0;
-    while (done < allowed) {
-        const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(allowed - done, 1 << 20));
+    while (done < bytes.size()) {
+        const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1 << 20));
         DWORD written = 0;
         if (!WriteFile(file, bytes.data() + done, chunk, &written, nullptr))
             return GetLastError();
         done += written;
     }
-    return allowed < bytes.size() ? ERROR_DISK_FULL : ERROR_SUCCESS;
+    return ERROR_SUCCESS;
 }
 
 std::wstring TemporaryNameBeside(const std::wstring& path)
@@ -158,7 +155,7 @@ DWORD WriteTemporary(const std::wstring& temporary, std::string_view bytes)
 {
     const FileOwner file(CreateFileW(
         SystemPath(temporary).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file.IsValid())
+    if (!file)
         return GetLastError();
     const DWORD error = WriteAll(file.Get(), bytes);
     if (error != ERROR_SUCCESS)

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 #include "os/win32/OsVersion_win32.h"
 
 namespace kw {
@@ -64,7 +64,7 @@ std::optional<std::wstring> ReadText(const RegistryKeyOwner& key, const wchar_t*
 OsVersion ReadOsVersionFrom(HKEY root, const wchar_t* versionKey, const wchar_t* productOptionsKey)
 {
     OsVersion version;
-    if (const RegistryKeyOwner key = OpenForReading(root, versionKey); key.IsValid()) {
+    if (const RegistryKeyOwner key = OpenForReading(root, versionKey); key) {
         version.major = ReadNumber(key, L"CurrentMajorVersionNumber").value_or(0);
         version.minor = ReadNumber(key, L"CurrentMinorVersionNumber").value_or(0);
         if (version.major == 0) {
@@ -77,7 +77,7 @@ OsVersion ReadOsVersionFrom(HKEY root, const wchar_t* versionKey, const wchar_t*
         version.buildNumber = ReadText(key, L"CurrentBuildNumber", kTextBytes).value_or(L"");
         version.servicePack = ReadText(key, L"CSDVersion", kTextBytes).value_or(L"");
     }
-    if (const RegistryKeyOwner key = OpenForReading(root, productOptionsKey); key.IsValid()) {
+    if (const RegistryKeyOwner key = OpenForReading(root, productOptionsKey); key) {
         // A product type that cannot be read leaves the type unknown rather than a server.
         if (const auto productType = ReadText(key, L"ProductType", kTextBytes))
             SetProductType(version, *productType);

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "os/Registry.h"
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 #include "os/win32/RegistryRoot_win32.h"
 
 namespace kw {

@@ -7,12 +7,11 @@ namespace {
 
 IErrorInfo* MakeErrorInfo(const wchar_t* description)
 {
-    ICreateErrorInfo* create = nullptr;
-    EXPECT_EQ(CreateErrorInfo(&create), S_OK);
-    create->SetDescription(const_cast<wchar_t*>(description));
+    ComOwner<ICreateErrorInfo> create;
+    EXPECT_EQ(CreateErrorInfo(create.Put()), S_OK);
+    create.Get()->SetDescription(const_cast<wchar_t*>(description));
     IErrorInfo* info = nullptr;
-    create->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info));
-    create->Release();
+    create.Get()->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info));
     return info;
 }
 

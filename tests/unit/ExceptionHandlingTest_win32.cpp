@@ -15,7 +15,7 @@
 
 #include "core/ExceptionHandling.h"
 #include "core/ExceptionPresenter.h"
-#include "os/win32/HandleOwner_win32.h"
+#include "os/win32/Handles_win32.h"
 #include "tests/unit/ScopedEnvironment.h"
 #include "util/strings/StringSystem.h"
 
@@ -334,9 +334,8 @@ ChildRun RunChild(const std::wstring& test)
         ADD_FAILURE() << "the child did not start";
         return {};
     }
-    // Kernel handles that CloseHandle closes, as it does files.
-    const FileOwner process(started.hProcess);
-    const FileOwner mainThread(started.hThread);
+    const KernelObjectOwner process(started.hProcess);
+    const KernelObjectOwner mainThread(started.hThread);
     writeEnd.Reset();
 
     std::string bytes;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <stdexcept>
 
 #include "ConsoleCapture.h"
@@ -33,7 +34,17 @@ public:
     int textRequests = 0;
 };
 
-// One test, because the presenter asks its sink for its texts once per process.
+template <typename Thrown> void ThrowAndPresent(const Thrown& thrown, const std::optional<SourceLocation>& from = {})
+{
+    try {
+        throw thrown;
+    } catch (...) {
+        PresentCurrentException(nullptr, from);
+    }
+}
+
+// One test, because the presenter asks its sink for its texts once per process. Everything goes
+// through the catch funnel, as catch sites use it.
 TEST(ExceptionPresenter, ConsolePrintsTheWholeTextWithTheNoteBeforeTheTraceThenReports)
 {
     RecordingSink sink;
@@ -43,24 +54,30 @@ TEST(ExceptionPresenter, ConsolePrintsTheWholeTextWithTheNoteBeforeTheTraceThenR
     ConsoleCapture console;
 
     const std::wstring trace = std::wstring(kStackTraceHeader) + L"[0x00401000]  main()\r\n";
-    const Exception withTrace(KW_HERE, L"It broke." + trace);
-    presenter.Present(nullptr, withTrace);
-
-    const Exception plain(L"..\\src\\Other.cpp", 7, L"No trace here.");
-    presenter.Present(nullptr, plain);
-
-    presenter.Present(nullptr, std::out_of_range("stoi argument out of range"));
+    ThrowAndPresent(Exception(KW_HERE, L"It broke." + trace));
+    ThrowAndPresent(WindowsException(L"..\\src\\Other.cpp", 7, 5u), SourceLocation{L"..\\src\\Unused.cpp", 1});
+    ThrowAndPresent(std::out_of_range("stoi argument out of range"));
+    ThrowAndPresent(std::runtime_error("no memory"), SourceLocation{L"..\\src\\Run.cpp", 86});
+    ThrowAndPresent(42);
 
     const std::wstring noted = L"It broke.\r\nPlease send this report." + trace;
+    const std::wstring denied = WindowsException(L"", 0, 5u).Message();
+    const std::wstring unknown = L"An exception of unknown type was thrown.";
     EXPECT_EQ(console.lines,
-        (std::vector<std::wstring>{noted + L"\r\n", L"No trace here.\r\n", L"stoi argument out of range\r\n"}));
-    ASSERT_EQ(sink.reports.size(), 3u);
+        (std::vector<std::wstring>{noted + L"\r\n", denied + L"\r\n", L"stoi argument out of range\r\n",
+            L"no memory\r\n", unknown + L"\r\n"}));
+    ASSERT_EQ(sink.reports.size(), 5u);
     EXPECT_EQ(sink.reports[0].text, noted);
     EXPECT_EQ(sink.reports[0].type, L"EXCEPTION_GENERIC");
     EXPECT_EQ(sink.reports[0].file, L"..\\tests\\unit\\ExceptionPresenterTest.cpp");
+    EXPECT_EQ(sink.reports[1].type, L"EXCEPTION_WIN32");
     EXPECT_EQ(sink.reports[1].file, L"..\\src\\Other.cpp");
     EXPECT_EQ(sink.reports[2].type, L"EXCEPTION_STD");
     EXPECT_EQ(sink.reports[2].file, L"..\\core\\ExceptionPresenter.cpp");
+    EXPECT_EQ(sink.reports[3].type, L"EXCEPTION_GENERIC");
+    EXPECT_EQ(sink.reports[3].file, L"..\\src\\Run.cpp");
+    EXPECT_EQ(sink.reports[4].type, L"EXCEPTION_UNHANDLED");
+    EXPECT_EQ(sink.reports[4].file, L"..\\core\\ExceptionPresenter.cpp");
     EXPECT_EQ(sink.textRequests, 2);
 
     presenter.SetConsoleMode(false);

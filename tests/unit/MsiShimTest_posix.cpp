@@ -19,6 +19,7 @@
 #include "msicomp/MsiHandle.h"
 #include "msicomp/posix/HandleTable.h"
 #include "os/Module.h"
+#include "os/posix/Handles_posix.h"
 #include "util/strings/StringSystem.h"
 
 // glib 2.74 hands the memory of its slice allocator from thread to thread in ways that the thread
@@ -175,10 +176,11 @@ TEST(MsiHandleTable, NumbersComeBackOnlyAfterTheWholeRangeAndNeverWhileOpen)
 TEST(MsiShim, MissingPackageIsNotFoundAndUnreadableOneFailed)
 {
     char text[] = "/tmp/kw-not-a-package-XXXXXX";
-    const int file = ::mkstemp(text);
-    ASSERT_GE(file, 0);
-    ASSERT_EQ(::write(file, "not a package\n", 14), 14);
-    ::close(file);
+    {
+        const FileDescriptorOwner file(::mkstemp(text));
+        ASSERT_TRUE(file);
+        ASSERT_EQ(::write(file.Get(), "not a package\n", 14), 14);
+    }
     const std::wstring paths[] = {Fixture(L"no-such-package.msi"), ExecutableFolder() + L"no-such-folder/a.msi",
         FromUtf8(text), ExecutableFolder() + L"fixtures"};
     const UINT expected[] = {ERROR_FILE_NOT_FOUND, ERROR_FILE_NOT_FOUND, ERROR_FUNCTION_FAILED, ERROR_FUNCTION_FAILED};
@@ -202,8 +204,8 @@ TEST(MsiShim, RecordsKeepTheirStreamsAfterTheViewAndDatabaseAreClosed)
     MsiHandle view = Execute(database, L"SELECT `Data` FROM `Blobs` WHERE `Blob` = 'lines'");
     MsiHandle record;
     ASSERT_EQ(MsiViewFetch(view.Get(), record.Put()), ERROR_SUCCESS);
-    view.Close();
-    database.Close();
+    view.Reset();
+    database.Reset();
     DWORD size = 0;
     ASSERT_EQ(MsiRecordReadStream(record.Get(), 1, nullptr, &size), ERROR_SUCCESS);
     ASSERT_EQ(size, 20485u);
@@ -230,10 +232,9 @@ public:
     std::string Stop()
     {
         std::fflush(stderr);
-        if (saved_ >= 0) {
-            ::dup2(saved_, 2);
-            ::close(saved_);
-            saved_ = -1;
+        if (saved_) {
+            ::dup2(saved_.Get(), 2);
+            saved_.Reset();
         }
         std::string text;
         std::rewind(file_);
@@ -244,7 +245,7 @@ public:
 
 private:
     std::FILE* file_;
-    int saved_;
+    FileDescriptorOwner saved_;
 };
 
 TEST(MsiShim, LibraryMessagesDoNotReachStandardError)

@@ -40,7 +40,6 @@ TEST(TableView, MissingTableYieldsNoRowsAndTheViewCanBeUsedAgain)
 
     EXPECT_TRUE(view.LoadTable(L"Property", nullptr));
     EXPECT_EQ(view.Rows(), (std::vector<MsiRow>{{{L"Property", L"ProductName"}, {L"Value", L"Nothing Here"}}}));
-    EXPECT_FALSE(view.Owned());
 }
 
 TEST(TableView, NoDatabaseMeansNoRows)

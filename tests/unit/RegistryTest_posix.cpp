@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstdlib>
 #include <optional>
 #include <string>
@@ -108,18 +111,26 @@ TEST(SettingsFile, HandEditedFileIsReadAndItsOtherLinesKept)
 
 TEST(SettingsFile, RewriteThatFailsPartWayLeavesTheOldFile)
 {
-    // The fault comes from the file layer's test seam: no real disk fills up on cue.
-    struct ClearFault {
-        ~ClearFault() { InjectWriteFaultForTests(std::nullopt); }
-    } clearFault;
     const SettingsSandbox sandbox;
     ASSERT_TRUE(WriteRepositoryPath(L"/srv/old"));
     const std::string before = FileText(SettingsFile());
 
-    InjectWriteFaultForTests(40);
-    EXPECT_FALSE(WriteRepositoryPath(L"/srv/new"));
-    EXPECT_EQ(LastSystemError(), 112u);
-    InjectWriteFaultForTests(std::nullopt);
+    // A file-size limit stops the write part way, as a disk that fills up would: write answers
+    // EFBIG instead of raising SIGXFSZ while that signal is ignored.
+    {
+        rlimit saved{};
+        ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+        const auto previousAction = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit small = saved;
+        small.rlim_cur = 40;
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        const bool written = WriteRepositoryPath(L"/srv/new");
+        const std::uint32_t error = LastSystemError();
+        ::setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, previousAction);
+        EXPECT_FALSE(written);
+        EXPECT_EQ(error, 31u); // EFBIG has no Win32 number of its own: a general failure
+    }
 
     EXPECT_EQ(FileText(SettingsFile()), before);
     std::vector<FolderEntry> entries;
