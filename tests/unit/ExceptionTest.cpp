@@ -30,20 +30,25 @@ TEST(Exceptions, ThrowSiteNamesItsSourceFileRelativeToTheSourceTree)
     EXPECT_EQ(SourceModule("/abs/path.cpp"), L"\\abs\\path.cpp");
 }
 
-// The message, a line break, the trace header, then frame lines and the module-base line.
+// The message, a line break, the trace header, then frame lines, the caller of the clone once
+// among them, and the module-base line.
 void ExpectMessageWithTrace(const std::wstring& traced, const std::wstring& message)
 {
     const std::wstring start = message + L"\r\n" + std::wstring(kStackTraceHeader);
     ASSERT_EQ(traced.substr(0, start.size()), start);
     const std::wregex frameLine(L"\\[0x[0-9a-f]{8,}\\]  [^\r\n]+");
+    const std::wregex caller(L".*Exceptions_EveryKindKeepsItsTypeWhenRethrownOrCloned_Test::TestBody\\(\\) -> "
+                             L"ExceptionTest\\.cpp:[0-9]+");
     size_t lines = 0;
+    size_t callers = 0;
     for (size_t begin = start.size(), end; begin < traced.size(); begin = end + 2, ++lines) {
         end = traced.find(L"\r\n", begin);
         ASSERT_NE(end, std::wstring::npos) << "unterminated: " << ToUtf8(traced.substr(begin));
-        EXPECT_TRUE(std::regex_match(traced.substr(begin, end - begin), frameLine))
-            << "not a frame line: " << ToUtf8(traced.substr(begin, end - begin));
+        const std::wstring line = traced.substr(begin, end - begin);
+        EXPECT_TRUE(std::regex_match(line, frameLine)) << "not a frame line: " << ToUtf8(line);
+        callers += std::regex_match(line, caller) ? 1 : 0;
     }
-    EXPECT_GE(lines, 2u);
+    EXPECT_EQ(callers, 1u) << ToUtf8(traced);
     EXPECT_TRUE(traced.ends_with(L"  MODULE_BASE_ADDRESS\r\n"));
 }
 
