@@ -1,43 +1,21 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <optional>
 
 #include "AppPathsSandbox.h"
+#include "ScopedEnvironment.h"
 #include "msicomp/apppaths/AppPaths.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
 
-namespace {
-
-// Sets an environment variable for its lifetime; a null value unsets it.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const std::string& value) : name_(name)
-    {
-        if (const char* previous = std::getenv(name))
-            previous_ = previous;
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~ScopedVariable() { previous_ ? ::setenv(name_, previous_->c_str(), 1) : ::unsetenv(name_); }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-
-private:
-    const char* name_;
-    std::optional<std::string> previous_;
-};
-
-} // namespace
-
 // Fresh XDG data folders; a relative entry first, which the base directory specification
 // ignores, and a second folder that must not be used.
 struct AppPathsSandbox::Place {
     TemporaryFolder data;
-    ScopedVariable dataDirs{
+    ScopedEnvironment dataDirs{
         "XDG_DATA_DIRS", "relative/share:" + ToUtf8(data / L"machine") + "/:" + ToUtf8(data / L"second")};
-    ScopedVariable dataHome{"XDG_DATA_HOME", ToUtf8(data / L"user")};
+    ScopedEnvironment dataHome{"XDG_DATA_HOME", ToUtf8(data / L"user")};
 };
 
 AppPathsSandbox::AppPathsSandbox() : place_(std::make_unique<Place>()) { }
@@ -58,7 +36,7 @@ TEST(SystemFolders, AreTheXdgDataFolders)
     EXPECT_EQ(PathVariable(L"KW_VISUAL_STUDIO_MSM"), machine + L"/Merge modules");
     EXPECT_EQ(PathVariable(L"KW_REPACK_HOME"), data + L"/Orvanta/Kitewright/repackager");
 
-    const ScopedVariable noDataDirs("XDG_DATA_DIRS", "");
+    const ScopedEnvironment noDataDirs("XDG_DATA_DIRS", "");
     EXPECT_EQ(ExpandFolderMacro(L"[CommonAppDataFolder]"), L"/usr/local/share");
 }
 

@@ -257,43 +257,6 @@ TEST(FaultTranslation, DeepStackEndsItsTraceWithTheMarker)
         ASSERT_EQ(report.frames[index], report.frames[2]) << index;
 }
 
-TEST(FaultTranslation, ThreadStartedByTheProgramTranslatesItsFaults)
-{
-    const int divideLine = LineOf([] { g_sink = DivideBy(1); });
-    std::wstring message;
-    std::wstring file;
-    int line = 0;
-    StartProgramThread([&] {
-        try {
-            g_sink = DivideBy(0);
-        } catch (const SehException& e) {
-            message = e.Message();
-            file = e.File();
-            line = e.Line();
-        }
-    }).join();
-    const Report report = Dissect(message);
-    EXPECT_EQ(report.headline, L"[SEH_GENERIC] INT_DIVIDE_BY_ZERO (0xc0000094) at address " + report.address);
-    ASSERT_FALSE(report.frames.empty());
-    EXPECT_EQ(report.frames[0], FaultFrame(report.address, L"kw::DivideBy", divideLine));
-    EXPECT_EQ(file, kThisFile);
-    EXPECT_EQ(line, divideLine);
-}
-
-TEST(StackTraces, CloneAddsTheTraceOfItsCallerOnce)
-{
-    const Exception original(L"x.cpp", 7, L"failed");
-    const std::unique_ptr<IException> clone = original.Clone(true);
-    const std::wstring& message = clone->Message();
-    ASSERT_TRUE(message.starts_with(L"failed\r\n"));
-    const std::vector<std::wstring> frames = FramesOf(std::wstring_view(message).substr(8));
-    ASSERT_GE(frames.size(), 2u);
-    EXPECT_TRUE(IsFrameOf(frames[0], L"kw::Exception::Clone", L"Exception.cpp")) << ToUtf8(frames[0]);
-    EXPECT_TRUE(IsFrameOf(frames[1], L"kw::StackTraces_CloneAddsTheTraceOfItsCallerOnce_Test::TestBody"))
-        << ToUtf8(frames[1]);
-    EXPECT_EQ(clone->Clone(true)->Message(), message);
-}
-
 // The last report ends the process, so each of its cases runs in a child process of this test
 // program: the one test named, with this variable set.
 constexpr char kChildVariable[] = "KW_UNHANDLED_FAULT_CHILD";

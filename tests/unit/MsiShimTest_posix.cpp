@@ -1,13 +1,12 @@
 // The shim's own guarantees, which a comparison with msi.dll cannot show: its handle table
 // under real threads, closed handles that stay closed, the answer for a package that is not
-// there, streams that outlive their view, and libmsi's messages kept off standard error. What
-// each call answers is compared with msi.dll itself by tests/tools/MsiApiProbe.
+// there and streams that outlive their view. What each call answers is compared with msi.dll
+// itself by tests/tools/MsiApiProbe; that libmsi's messages stay off standard error, by every
+// end-to-end case.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <set>
@@ -115,7 +114,9 @@ TEST(MsiShim, ThreadsReadTheirOwnHandlesAtOnceAndNeverShareANumber)
         EXPECT_EQ(result, expected);
 }
 
-TEST(MsiShim, ClosedHandlesStayClosedForEveryKindAndCall)
+// Every call finds its handle in the same table, whose numbers MsiHandleTable checks; here, that
+// closing a handle of each kind takes it out of that table.
+TEST(MsiShim, ClosedHandlesOfEveryKindStayClosed)
 {
     // Raw handles: what is tested is closing them.
     const std::wstring package = Fixture(L"streams.msi");
@@ -125,27 +126,11 @@ TEST(MsiShim, ClosedHandlesStayClosedForEveryKindAndCall)
     ASSERT_EQ(MsiViewExecute(view, 0), ERROR_SUCCESS);
     ASSERT_EQ(MsiViewFetch(view, &record), ERROR_SUCCESS);
     ASSERT_EQ(MsiGetSummaryInformationW(database, nullptr, 1, &summary), ERROR_SUCCESS);
-    const MSIHANDLE stale[] = {database, view, record, summary};
-    for (const MSIHANDLE handle : stale)
+    for (const MSIHANDLE handle : {database, view, record, summary}) {
         EXPECT_EQ(MsiCloseHandle(handle), ERROR_SUCCESS);
-
-    for (int round = 0; round < 200; ++round)
-        ReadCells([&](MSIHANDLE opened) { EXPECT_EQ(std::count(std::begin(stale), std::end(stale), opened), 0); });
-    for (const MSIHANDLE handle : stale) {
-        MSIHANDLE out = 0;
-        DWORD size = 4;
-        wchar_t text[4];
-        UINT type = 0;
-        EXPECT_EQ(MsiDatabaseOpenViewW(handle, L"SELECT * FROM `Binary`", &out), ERROR_INVALID_HANDLE);
-        EXPECT_EQ(MsiViewFetch(handle, &out), ERROR_INVALID_HANDLE);
-        EXPECT_EQ(MsiRecordGetStringW(handle, 1, text, &size), ERROR_INVALID_HANDLE);
-        EXPECT_EQ(MsiRecordReadStream(handle, 2, nullptr, &size), ERROR_INVALID_HANDLE);
-        EXPECT_EQ(MsiRecordGetInteger(handle, 1), MSI_NULL_INTEGER);
-        EXPECT_EQ(MsiSummaryInfoGetPropertyW(handle, PID_REVNUMBER, &type, nullptr, nullptr, text, &size),
-            ERROR_INVALID_HANDLE);
-        EXPECT_EQ(MsiGetDatabaseState(handle), MSIDBSTATE_ERROR);
         EXPECT_EQ(MsiCloseHandle(handle), ERROR_INVALID_HANDLE);
     }
+    EXPECT_EQ(MsiGetDatabaseState(database), MSIDBSTATE_ERROR);
 }
 
 struct Object : msishim::HandleObject {
@@ -213,60 +198,6 @@ TEST(MsiShim, RecordsKeepTheirStreamsAfterTheViewAndDatabaseAreClosed)
     EXPECT_EQ(MsiRecordReadStream(record.Get(), 1, bytes.data(), &size), ERROR_SUCCESS);
     EXPECT_EQ(bytes.substr(0, 34), "stream line 0000\nstream line 0001\n");
     EXPECT_EQ(bytes.substr(size - 17), "stream line 1204\n");
-}
-
-// Standard error (descriptor 2) goes to a file while it lives.
-class StandardErrorCapture {
-public:
-    StandardErrorCapture() : file_(std::tmpfile()), saved_(::dup(2))
-    {
-        std::fflush(stderr);
-        ::dup2(::fileno(file_), 2);
-    }
-    ~StandardErrorCapture()
-    {
-        Stop();
-        std::fclose(file_);
-    }
-
-    std::string Stop()
-    {
-        std::fflush(stderr);
-        if (saved_) {
-            ::dup2(saved_.Get(), 2);
-            saved_.Reset();
-        }
-        std::string text;
-        std::rewind(file_);
-        for (int c; (c = std::fgetc(file_)) != EOF;)
-            text += static_cast<char>(c);
-        return text;
-    }
-
-private:
-    std::FILE* file_;
-    FileDescriptorOwner saved_;
-};
-
-TEST(MsiShim, LibraryMessagesDoNotReachStandardError)
-{
-    StandardErrorCapture capture;
-    std::fputs("only this line\n", stderr);
-    MSIHANDLE missing = 0;
-    const std::wstring absent = Fixture(L"no-such-package.msi");
-    EXPECT_EQ(MsiOpenDatabaseW(absent.c_str(), MSIDBOPEN_READONLY, &missing), ERROR_FILE_NOT_FOUND);
-    const MsiHandle database = Open(Fixture(L"streams.msi"));
-    // libmsi warns of a missing table and of bad syntax, and complains of a null stream.
-    for (const wchar_t* query : {L"SELECT * FROM `Shortcut`", L"SELEC * FROM `Binary`"}) {
-        MsiHandle view;
-        EXPECT_EQ(MsiDatabaseOpenViewW(database.Get(), query, view.Put()), ERROR_BAD_QUERY_SYNTAX);
-    }
-    const MsiHandle view = Execute(database, L"SELECT * FROM `Blobs`");
-    MsiHandle record;
-    ASSERT_EQ(MsiViewFetch(view.Get(), record.Put()), ERROR_SUCCESS);
-    DWORD size = 7;
-    EXPECT_EQ(MsiRecordReadStream(record.Get(), 2, nullptr, &size), ERROR_INVALID_DATA);
-    EXPECT_EQ(capture.Stop(), "only this line\n");
 }
 
 } // namespace

@@ -44,14 +44,5 @@ TEST(MergeModules, WhatIsNoModuleIsAStatusNotAnError)
     EXPECT_EQ(info.version, L"");
 }
 
-TEST(MergeModules, TableTestCountsAnEmptyTableAsMissing)
-{
-    const MsiHandle module = OpenFixture(L"module.msm");
-    EXPECT_FALSE(MsmInfoExtracter::IsTableMissingOrEmpty(module.Get(), L"ModuleSignature"));
-    EXPECT_TRUE(MsmInfoExtracter::IsTableMissingOrEmpty(module.Get(), L"Feature"));
-    const MsiHandle alone = OpenFixture(L"module-without-dependencies.msm");
-    EXPECT_TRUE(MsmInfoExtracter::IsTableMissingOrEmpty(alone.Get(), L"ModuleDependency"));
-}
-
 } // namespace
 } // namespace kw

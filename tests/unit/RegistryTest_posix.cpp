@@ -4,9 +4,9 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <optional>
 #include <string>
 
+#include "ScopedEnvironment.h"
 #include "SettingsSandbox.h"
 #include "TemporaryFolder.h"
 #include "os/FileSystem.h"
@@ -16,30 +16,9 @@
 
 namespace kw {
 
-namespace {
-
-// Sets an environment variable for its lifetime; a null value unsets it.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const char* value) : name_(name)
-    {
-        if (const char* previous = std::getenv(name))
-            previous_ = previous;
-        Set(name, value);
-    }
-    ~ScopedEnvironment() { Set(name_, previous_ ? previous_->c_str() : nullptr); }
-
-private:
-    static void Set(const char* name, const char* value) { value ? ::setenv(name, value, 1) : ::unsetenv(name); }
-    const char* name_;
-    std::optional<std::string> previous_;
-};
-
-} // namespace
-
 struct SettingsSandbox::Place {
     TemporaryFolder config;
-    ScopedEnvironment environment{"XDG_CONFIG_HOME", ToUtf8(config.Path()).c_str()};
+    ScopedEnvironment environment{"XDG_CONFIG_HOME", ToUtf8(config.Path())};
 };
 
 SettingsSandbox::SettingsSandbox() : place_(std::make_unique<Place>()) { }
@@ -76,9 +55,9 @@ TEST(SettingsFile, LivesInTheXdgConfigFolderElseUnderHome)
 {
     const TemporaryFolder config;
     const TemporaryFolder home;
-    const ScopedEnvironment homeVariable("HOME", ToUtf8(home.Path()).c_str());
+    const ScopedEnvironment homeVariable("HOME", ToUtf8(home.Path()));
     {
-        const ScopedEnvironment xdg("XDG_CONFIG_HOME", ToUtf8(config.Path()).c_str());
+        const ScopedEnvironment xdg("XDG_CONFIG_HOME", ToUtf8(config.Path()));
         ASSERT_TRUE(WriteRepositoryPath(L"/srv/packages=new"));
         EXPECT_EQ(FileText(SettingsFile()),
             std::string(kNewFileText) +
