@@ -66,17 +66,6 @@ TEST(CommandLineOptions, OptionsAreTakenInAnyOrderIgnoringCase)
     EXPECT_TRUE(parser.AnyOptionGiven());
 }
 
-TEST(CommandLineOptions, EmptyCommandLineStartsTheWizardWithoutConsole)
-{
-    for (const wchar_t* line : {L"", L"   "}) {
-        CommandLineParser parser;
-        OptionMap options;
-        EXPECT_TRUE(parser.Parse(line, options));
-        EXPECT_FALSE(parser.AnyOptionGiven());
-        EXPECT_FALSE(options.Has(L"NoUI"));
-    }
-}
-
 TEST(CommandLineOptions, LeftOverTokensRejectTheCommandLine)
 {
     for (const wchar_t* line : {L"/Msi", L"/NoUI /Msi", L"/NoUI extra", L"/NoUI /NoUI", L"-NoUI", L"NoUI",
@@ -87,22 +76,6 @@ TEST(CommandLineOptions, LeftOverTokensRejectTheCommandLine)
     OptionMap options;
     EXPECT_FALSE(parser.Parse(L"/Msi a.msi /Msi b.msi", options));
     EXPECT_EQ(options.Get(L"Msi"), L"a.msi");
-}
-
-TEST(CommandLineOptions, OpenQuoteDropsTheRestButKeepsTheOptionsBeforeIt)
-{
-    CommandLineParser parser;
-    OptionMap options;
-    EXPECT_TRUE(parser.Parse(L"/NoUI /Msi a.msi \"/MsiRepo x", options));
-    EXPECT_EQ(options.Get(L"NoUI"), L"true");
-    EXPECT_EQ(options.Get(L"Msi"), L"a.msi");
-    EXPECT_FALSE(options.Has(L"MsiRepo"));
-}
-
-TEST(CommandLineOptions, HelpIsNeverAcceptedWhereverItStands)
-{
-    for (const wchar_t* line : {L"/?", L"/help", L"/HELP", L"/NoUI /Msi a.msi /?"})
-        EXPECT_FALSE(Accepted(line)) << line;
 }
 
 } // namespace

@@ -148,26 +148,5 @@ TEST(ConsoleProgress, FailedRunPrintsItsTextInRedAndShowsTheErrorStateNormalRunC
     EXPECT_EQ(ConsoleWriter::Get().TextAttribute(), userColour);
 }
 
-TEST(ConsoleProgress, WithoutAWindowThereIsNoButtonAndLinesArePrintedAllTheSame)
-{
-    TaskbarButton none(nullptr);
-    EXPECT_FALSE(none.Exists());
-    EXPECT_FALSE(none.SetState(State::Error));
-    EXPECT_FALSE(none.SetValue(1, 2));
-    EXPECT_EQ(none.Shown(), TaskbarProgress{});
-
-    ConsoleCapture console;
-    ConsoleProgressSink sink(true, std::move(none));
-    sink.SetTotal(1, false);
-    sink.BeginStep(0, -1, L"Comparing with a.msi");
-    sink.StepDone(0);
-    sink.Finished(L"The detection failed.", 1);
-    EXPECT_EQ(console.lines,
-        (std::vector<std::wstring>{L"[  0%] Comparing with a.msi\r\n", L"[100%] The detection failed.\r\n"}));
-    EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::Error, 1000, 1000}));
-    EXPECT_FALSE(sink.Button().Exists());
-    EXPECT_EQ(sink.Button().Shown(), TaskbarProgress{});
-}
-
 } // namespace
 } // namespace kw

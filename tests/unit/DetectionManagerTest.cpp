@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <map>
 #include <mutex>
 #include <set>
@@ -8,9 +7,7 @@
 #include "AppPathsSandbox.h"
 #include "Fixtures.h"
 #include "ScopedEnvironment.h"
-#include "TemporaryFolder.h"
 #include "engine/ConflictsDetectorManager.h"
-#include "engine/OptionMap.h"
 #include "os/FileSystem.h"
 #include "ui/DetectionText.h"
 #include "util/strings/StringSystem.h"
@@ -59,43 +56,6 @@ private:
     std::mutex mutex_;
 };
 
-class Repository {
-public:
-    explicit Repository(std::initializer_list<const wchar_t*> packages)
-    {
-        for (const wchar_t* package : packages)
-            std::filesystem::copy_file(FixturePath(package), folder_ / package);
-    }
-    const std::wstring& Path() const { return folder_.Path(); }
-
-private:
-    TemporaryFolder folder_;
-};
-
-DetectionRequest Request(const std::wstring& repository, int workers, const std::wstring& excluded = L"")
-{
-    OptionMap options;
-    options.Set(L"Msi", FixturePath(L"rules-files-a.msi"));
-    options.Set(L"MsiRepo", repository);
-    options.Set(L"ExcludedRules", excluded);
-    DetectionRequest request = MakeDetectionRequest(options);
-    request.workers = workers;
-    return request;
-}
-
-TEST(DetectionManager, AnEmptyRepositoryOrFewerThanTwoWorkersExamineNothing)
-{
-    const Repository empty({});
-    RecordingListener nothingFound;
-    EXPECT_EQ(ConflictsDetectorManager(nothingFound).Run(Request(empty.Path(), 2)), 0u);
-    EXPECT_EQ(nothingFound.events, (std::vector<std::wstring>{L"run " + empty.Path() + L" 0", L"finished 0 0"}));
-
-    const Repository two({L"rules-files-b.msi", L"rules-resources-b.msi"});
-    RecordingListener oneWorker;
-    EXPECT_EQ(ConflictsDetectorManager(oneWorker).Run(Request(two.Path(), 1)), 0u);
-    EXPECT_EQ(oneWorker.events, (std::vector<std::wstring>{L"run " + two.Path() + L" 2", L"finished 0 0"}));
-}
-
 TEST(DetectionManager, TheWorkerCountIsTheLow16BitsOfTheProcessorCountAsANumber)
 {
     const std::pair<const char*, int> cases[] = {{"2", 2}, {"8 cores", 8}, {"abc", 0}, {"65537", 1}, {"65535", -1}};
@@ -103,30 +63,6 @@ TEST(DetectionManager, TheWorkerCountIsTheLow16BitsOfTheProcessorCountAsANumber)
         const ScopedEnvironment variable("NUMBER_OF_PROCESSORS", processors);
         EXPECT_EQ(WorkerCount(), workers) << processors;
     }
-}
-
-TEST(DetectionManager, ExcludedRulesAreLeftOutByIdIgnoringCaseButNotBlanks)
-{
-    const Repository repository({L"rules-files-b.msi"});
-    const auto ruleIds = [&](const std::wstring& excluded) {
-        RecordingListener listener;
-        ConflictsDetectorManager(listener).Run(Request(repository.Path(), 2, excluded));
-        std::set<std::wstring> ids;
-        for (const auto& [package, lines] : listener.findings_) {
-            for (size_t i = 1; i < lines.size(); ++i)
-                ids.insert(lines[i].substr(0, lines[i].find(L' ')));
-        }
-        return ids;
-    };
-    const std::set<std::wstring> all = ruleIds(L"");
-    EXPECT_EQ(all, (std::set<std::wstring>{L"CR1", L"CR2", L"CR3", L"CR4", L"CR15", L"CR16", L"CR18"}));
-    std::set<std::wstring> expected = all;
-    expected.erase(L"CR1");
-    expected.erase(L"CR3");
-    EXPECT_EQ(ruleIds(L"CR1;cr3"), expected);
-    expected = all;
-    expected.erase(L"CR2"); // " CR3" with its blank names no rule
-    EXPECT_EQ(ruleIds(L";CR2; CR3;"), expected);
 }
 
 // The repository that the build generates beside the test programs (bench/generate-repository):

@@ -123,45 +123,5 @@ TEST(FileRules, IniFilesThatTheOtherPackageInstallsAreReportedBothWays)
         }));
 }
 
-TEST(FileRules, APackageAgainstItselfConflictsOnlyWhereItRepeatsAKey)
-{
-    FixturePackage a(L"rules-files-a.msi");
-    // Its codes are its own; it has no upgrade code. Of the rows that repeat a key each is
-    // compared with the first of them, so only the repeats can differ.
-    EXPECT_EQ(RunRules(a, a, {L"CR1", L"CR2", L"CR3", L"CR4", L"CR12", L"CR13", L"CR14", L"CR15", L"CR16", L"CR18"}),
-        (std::vector<ExpectedFinding>{
-            {L"CR1",
-                L"Component {C0000006-0000-4000-8000-000000000006}\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Dup2, folder ProgramFilesFolder\\App\\conf\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Dup1, folder ProgramFilesFolder\\App\\bin"},
-            {L"CR3",
-                L"File ProgramFilesFolder\\App\\bin\\dup.txt\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Dup1 {C0000006-0000-4000-8000-000000000006}\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Shared {C0000003-0000-4000-8000-000000000003}"},
-            {L"CR12",
-                L"Package code {AA000000-0000-4000-8000-0000000000AA}\n"
-                L"  \"Alder Tools\" rules-files-a.msi\n"
-                L"  \"Alder Tools\" rules-files-a.msi"},
-            {L"CR13",
-                L"Product code {A0000000-0000-4000-8000-00000000000A}\n"
-                L"  \"Alder Tools\" rules-files-a.msi\n"
-                L"  \"Alder Tools\" rules-files-a.msi"},
-            {L"CR16",
-                L"File ProgramFilesFolder\\App\\bin\\dup.txt\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Dup1 {C0000006-0000-4000-8000-000000000006}, size 5, "
-                L"version , language \n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Shared {C0000003-0000-4000-8000-000000000003}, size "
-                L"6, version , language "},
-            {L"CR18",
-                L"Key path  in folder ProgramFilesFolder\\App\\conf\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Dup2 {C0000006-0000-4000-8000-000000000006}\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Config {C0000004-0000-4000-8000-000000000004}"},
-            {L"CR18",
-                L"Key path  in folder ProgramFilesFolder\\App\\conf\n"
-                L"  \"Alder Tools\" rules-files-a.msi: component NoId \n"
-                L"  \"Alder Tools\" rules-files-a.msi: component Config {C0000004-0000-4000-8000-000000000004}"},
-        }));
-}
-
 } // namespace
 } // namespace kw
