@@ -5,7 +5,9 @@
 #include <iterator>
 
 #include "core/ExceptionPresenter.h"
+#include "core/ReportLocations.h"
 #include "os/ResourceText.h"
+#include "res/TextIds.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
@@ -42,13 +44,8 @@ constexpr CodeName kCodeNames[] = {
     {0x80000004, "SINGLE_STEP"},
 };
 
-// Faults are reported from this module. The lines are those reports have always named, kept so
-// that reports from every version of the program read alike.
+// Unhandled faults are reported from this module.
 constexpr const wchar_t* kThisModule = L"..\\core\\ExceptionHandling.cpp";
-constexpr int kDefaultFaultLine = 91;
-constexpr int kUnidentifiedFaultLine = 116;
-
-constexpr unsigned kCrashTextId = 65001;
 
 // Texts are formatted into buffers of these sizes, terminator included; longer ones are cut.
 constexpr size_t kHeadlineCapacity = 1024;
@@ -147,7 +144,7 @@ std::wstring FormatStackTrace(const std::vector<StackFrame>& frames, int maxFram
 
 SourceLocation ThrowLocationFromTrace(std::wstring_view trace)
 {
-    SourceLocation location{kThisModule, kDefaultFaultLine};
+    SourceLocation location = kFaultLocation;
     const size_t arrow = trace.find(L" -> ");
     if (arrow == std::wstring_view::npos)
         return location;
@@ -164,7 +161,8 @@ SourceLocation ThrowLocationFromTrace(std::wstring_view trace)
 SehException TranslateFault(const FaultRecord* fault, const void* context)
 {
     if (fault == nullptr)
-        return SehException(L"Unidentified SEH Exception !", kThisModule, kUnidentifiedFaultLine, kSehGeneric);
+        return SehException(L"Unidentified SEH Exception !", kUnidentifiedFaultLocation.file,
+            kUnidentifiedFaultLocation.line, kSehGeneric);
     std::wstring trace;
     AppendStackTrace(trace, context, kFaultTraceFrames);
     // The location is the faulting frame's: the first of the trace, read from the trace already
@@ -185,7 +183,7 @@ void ReportUnhandledFault(const FaultRecord* fault, const void* context)
         message += Truncated(L"(0x" + ToHex(fault->code, 8) + L") at address " + AddressText(fault->address) + L"\r\n",
             kHeadlineCapacity);
     AppendStackTrace(message, context, kFaultTraceFrames);
-    ExceptionPresenter::Instance().Show(nullptr, LoadText(kCrashTextId), message, typeName, kThisModule);
+    ExceptionPresenter::Instance().Show(nullptr, LoadText(IDS_UNEXPECTED_ERROR), message, typeName, kThisModule);
 }
 
 std::thread StartProgramThread(std::function<void()> body)

@@ -8,13 +8,12 @@
 #include "core/ErrorDialog.h"
 #include "os/Console.h"
 #include "os/ResourceText.h"
+#include "res/TextIds.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
 
 namespace {
-// The general text shown for a crash, whose details follow.
-constexpr unsigned kCrashMessageId = 65001;
 
 constexpr const wchar_t* kPresenterFile = L"..\\core\\ExceptionPresenter.cpp";
 constexpr const wchar_t* kForeignExceptionText = L"An exception of unknown type was thrown.";
@@ -29,7 +28,7 @@ ExceptionPresenter& ExceptionPresenter::Instance()
 void ExceptionPresenter::Present(WindowHandle parent, const IException& exception)
 {
     const std::wstring& message = exception.Message();
-    std::wstring shortText = exception.GetType() == kExceptionSeh ? LoadText(kCrashMessageId)
+    std::wstring shortText = exception.GetType() == kExceptionSeh ? LoadText(IDS_UNEXPECTED_ERROR)
                                                                   : message.substr(0, message.find(kStackTraceHeader));
     Show(parent, shortText, message, exception.GetTypeName(), exception.File());
 }

@@ -13,9 +13,7 @@
 #include <algorithm>
 #include <thread>
 
-#include "core/Exception.h"
 #include "core/ExceptionHandling.h"
-#include "core/ReportLocations.h"
 #include "os/Threads.h"
 #include "rules/PackagePair.h"
 #include "util/strings/StringSystem.h"
@@ -41,25 +39,13 @@ RuleCatalogue FilteredCatalogue(const std::set<std::wstring>& excluded)
 
 } // namespace
 
-std::exception_ptr CurrentRunError()
-{
-    try {
-        throw;
-    } catch (const std::exception& e) {
-        return std::make_exception_ptr(
-            Exception(kDetectionFailureLocation.file, kDetectionFailureLocation.line, FromUtf8(e.what())));
-    } catch (...) {
-        return std::current_exception();
-    }
-}
-
 std::uint32_t ConflictsDetectorManager::Run(const DetectionRequest& request)
 {
     DetectionSummary summary;
     try {
         RunDetection(request, summary);
     } catch (...) {
-        summary.error = CurrentRunError();
+        summary.error = std::current_exception();
     }
     summary.findings = findingsTotal_;
     summary.result = summary.error || taskFailed_ ? 1 : 0;

@@ -3,7 +3,6 @@
 // the rule catalogue over each pair on worker threads and tells a DetectionListener.
 #include <atomic>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -43,10 +42,5 @@ private:
     std::unique_ptr<MergeModules> modules_;
     std::atomic<bool> taskFailed_{false};
 };
-
-// The exception being handled, as a run reports it: the program's own as it is, a standard one
-// wrapped into an exception placed where reports have always placed such failures. Call it
-// inside a catch block.
-std::exception_ptr CurrentRunError();
 
 } // namespace kw

@@ -35,7 +35,8 @@ public:
     virtual void PackageStarted(const DetectionTask& task) = 0;
     // Every finding of the package, CR1's first, each rule's in the order the rule made them.
     virtual void PackageDone(const DetectionTask& task, const FindingList& findings) = 0;
-    // The package's examination ended with `error`; the run goes on with the next package.
+    // The package's examination ended with `error` (any exception, as thrown); the run goes on
+    // with the next package.
     virtual void PackageFailed(const DetectionTask& task, const std::exception_ptr& error) = 0;
     virtual void RunFinished(const DetectionSummary& summary) = 0;
 };

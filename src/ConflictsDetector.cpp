@@ -98,7 +98,7 @@ std::uint32_t ConflictsDetector::RunInConsole()
     } catch (...) {
         // The request could not be made (a path variables file that cannot be read, say): the
         // run fails as it would had it begun.
-        report.RunFinished({.result = result, .error = CurrentRunError()});
+        report.RunFinished({.result = result, .error = std::current_exception()});
     }
     if (result != 0)
         sink.Finished(

@@ -1,7 +1,7 @@
 #include "ui/ProgressReport.h"
 
-#include "core/Exception.h"
 #include "core/ExceptionPresenter.h"
+#include "core/ReportLocations.h"
 #include "os/ResourceText.h"
 #include "res/TextIds.h"
 #include "ui/DetectionText.h"
@@ -15,14 +15,12 @@ constexpr double kTaskSubRange = 500;
 
 } // namespace
 
-void PresentError(const std::exception_ptr& error)
+void PresentError(const std::exception_ptr& error, const std::optional<SourceLocation>& standardFrom)
 {
     try {
         std::rethrow_exception(error);
-    } catch (const IException& e) {
-        e.GetPresenter().Present(nullptr, e);
-    } catch (const std::exception& e) {
-        ExceptionPresenter::Instance().Present(nullptr, e);
+    } catch (...) {
+        PresentCurrentException(nullptr, standardFrom);
     }
 }
 
@@ -53,8 +51,9 @@ void ProgressReport::PackageFailed(const DetectionTask&, const std::exception_pt
 
 void ProgressReport::RunFinished(const DetectionSummary& summary)
 {
+    // A standard exception that ended the run is placed where reports have always placed it.
     if (summary.error)
-        PresentError(summary.error);
+        PresentError(summary.error, kDetectionFailureLocation);
     else if (summary.packages != 0)
         sink_.ReportLine(FormatNumber(IDS_DETECTION_TOTAL, summary.findings));
 }
