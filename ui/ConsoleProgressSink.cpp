@@ -19,8 +19,9 @@ ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, const OptionMap* op
 {
 }
 
-ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, const OptionMap* options, TaskbarButton taskbar)
-    : options_(options), button_(std::move(taskbar)), percentPrefix_(percentPrefix)
+// The options are not read yet; the sink keeps its interface for the wizard's console.
+ConsoleProgressSink::ConsoleProgressSink(bool percentPrefix, const OptionMap*, TaskbarButton taskbar)
+    : button_(std::move(taskbar)), percentPrefix_(percentPrefix)
 {
 }
 
@@ -110,7 +111,7 @@ void ConsoleProgressSink::PrintLine(const std::wstring& text, ConsoleColour colo
     PrintLine(text);
 }
 
-void ConsoleProgressSink::PrintLine(const std::wstring& text)
+void ConsoleProgressSink::PrintLine(const std::wstring& text) const
 {
     ConsoleWriter::Get().WriteLine(percentPrefix_ ? PercentPrefix(percent_) + text : text);
 }

@@ -38,12 +38,11 @@ public:
 
 private:
     void PrintLine(const std::wstring& text, ConsoleColour colour);
-    void PrintLine(const std::wstring& text);
+    void PrintLine(const std::wstring& text) const;
     void SetTaskbarState(TaskbarState state);
     // The value out of the range, with the percentage that goes with it.
     void SetProgress(double value);
 
-    const OptionMap* options_;
     TaskbarButton button_;
     TaskbarProgress taskbar_;
     std::uint32_t total_ = 0;

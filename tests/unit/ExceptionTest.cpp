@@ -37,7 +37,7 @@ void ExpectMessageWithTrace(const std::wstring& traced, const std::wstring& mess
     ASSERT_EQ(traced.substr(0, start.size()), start);
     const std::wregex frameLine(L"\\[0x[0-9a-f]{8,}\\]  [^\r\n]+");
     size_t lines = 0;
-    for (size_t begin = start.size(), end; begin < traced.size(); begin = end + 2, ++lines) {
+    for (size_t begin = start.size(), end = 0; begin < traced.size(); begin = end + 2, ++lines) {
         end = traced.find(L"\r\n", begin);
         ASSERT_NE(end, std::wstring::npos) << "unterminated: " << ToUtf8(traced.substr(begin));
         EXPECT_TRUE(std::regex_match(traced.substr(begin, end - begin), frameLine))
