@@ -32,8 +32,6 @@
 #include "rules/RulePackage.h"
 #include "util/strings/StringSystem.h"
 
-extern char** environ;
-
 namespace kw {
 namespace {
 
@@ -59,6 +57,7 @@ double Floor(const std::string& folder, int workers)
     ListFiles(FromUtf8(folder + "/repository"), L"*.msi", files, 10);
     std::atomic<size_t> next{0};
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<size_t>(workers));
     for (int k = 0; k < workers; ++k) {
         threads.emplace_back([&] {
             for (size_t i = next++; i < files.size(); i = next++) {
@@ -91,6 +90,7 @@ ConsoleRun RunProgram(const std::string& folder)
     }
     std::vector<std::string> arguments = {program, "/NoUI", "/Msi", underTest, "/MsiRepo", repository};
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         argv.push_back(argument.data());
     argv.push_back(nullptr);

@@ -91,7 +91,7 @@ std::wstring_view FirstFrameOf(std::wstring_view trace)
 
 const char* StructuredExceptionName(std::uint32_t code)
 {
-    const auto known = std::find_if(
+    const auto* const known = std::find_if(
         std::begin(kCodeNames), std::end(kCodeNames), [code](const CodeName& entry) { return entry.code == code; });
     return known != std::end(kCodeNames) ? known->name : nullptr;
 }

@@ -45,7 +45,7 @@
 #if defined(__x86_64__) && defined(__linux__)
 
 #include <pthread.h>
-#include <signal.h>
+#include <signal.h> // NOLINT(modernize-deprecated-headers): the POSIX header, for sigaction
 #include <sys/mman.h>
 #include <ucontext.h>
 #include <unistd.h>

@@ -1,6 +1,8 @@
 #include "core/ExceptionPresenter.h"
 
-#if __has_include(<cxxabi.h>)
+#include <exception>
+// GNU's C++ library unwinds cancelled threads with an exception of its own.
+#if defined(__GLIBCXX__)
 #include <cxxabi.h>
 #define KW_HAS_FORCED_UNWIND 1
 #endif

@@ -15,7 +15,7 @@ unsigned ReadInsertNumber(std::wstring_view templ, size_t& pos)
 {
     if (pos >= templ.size() || templ[pos] < L'1' || templ[pos] > L'9')
         return 0;
-    unsigned number = static_cast<unsigned>(templ[pos++] - L'0');
+    auto number = static_cast<unsigned>(templ[pos++] - L'0');
     if (pos < templ.size() && IsDigit(templ[pos]))
         number = number * 10 + static_cast<unsigned>(templ[pos++] - L'0');
     return number;

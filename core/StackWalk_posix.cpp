@@ -21,7 +21,7 @@ struct dwarf_eh_bases {
     void* dbase;
     void* func;
 };
-const void* _Unwind_Find_FDE(void* pc, dwarf_eh_bases* bases);
+const void* _Unwind_Find_FDE(void* pc, dwarf_eh_bases* bases); // NOLINT(bugprone-reserved-identifier): libgcc's name
 }
 
 namespace kw {
@@ -65,7 +65,7 @@ backtrace_state* Symbols()
 // "kw::Task::Run(int) const [clone .cold]" -> "kw::Task::Run": a frame line adds "()" itself.
 std::string WithoutParameters(std::string name)
 {
-    for (size_t clone; name.ends_with(']') && (clone = name.rfind(" [clone ")) != std::string::npos;)
+    for (size_t clone = 0; name.ends_with(']') && (clone = name.rfind(" [clone ")) != std::string::npos;)
         name.erase(clone);
     for (bool stripped = true; stripped;) {
         stripped = false;
@@ -166,7 +166,7 @@ bool HasUnwindTables(std::uintptr_t pc)
 std::vector<StackFrame> SymbolizedFrames(const std::vector<RawFrame>& raw, int maxFrames)
 {
     std::vector<StackFrame> frames;
-    const size_t limit = static_cast<size_t>(std::max(maxFrames, 0));
+    const auto limit = static_cast<size_t>(std::max(maxFrames, 0));
     for (size_t index = 0; index < raw.size() && frames.size() < limit; ++index)
         AddSymbolizedFrames(raw[index], frames, limit);
     return frames;

@@ -35,7 +35,7 @@ bool HasUnwindTables(std::uintptr_t pc);
 
 // The frames of a trace, at most `maxFrames`: one per function inlined at a raw frame's
 // address, innermost first, each with the source line of its own code. Under the walk lock.
-std::vector<StackFrame> SymbolizedFrames(const std::vector<RawFrame>& frames, int maxFrames);
+std::vector<StackFrame> SymbolizedFrames(const std::vector<RawFrame>& raw, int maxFrames);
 
 // The address the program itself is loaded at.
 std::uintptr_t ProgramBase();

@@ -39,6 +39,6 @@ struct DirectoryNode {
 
 // The node's full path. With `mapTargetDirToAppDir`, a chain that reaches the directory
 // TARGETDIR starts with APPDIR. A walk that comes back to a directory it passed stops there.
-std::wstring ResolveDirectory(const DirectoryNode& node, bool mapTargetDirToAppDir);
+std::wstring ResolveDirectory(const DirectoryNode& start, bool mapTargetDirToAppDir);
 
 } // namespace kw

@@ -180,7 +180,7 @@ std::wstring RegistryRootName(const std::wstring& root)
     return root;
 }
 
-RulePackage::RulePackage(std::wstring path) : RulePackage(path, path) { }
+RulePackage::RulePackage(const std::wstring& path) : RulePackage(path, path) { }
 
 RulePackage::RulePackage(std::wstring path, std::wstring displayPath)
     : path_(std::move(path)), displayPath_(std::move(displayPath))

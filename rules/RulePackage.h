@@ -92,7 +92,7 @@ class RulePackage {
 public:
     // `path` opens the package; `displayPath` is how findings show it (the path as the run was
     // given it). Nothing is read until a rule asks.
-    explicit RulePackage(std::wstring path);
+    explicit RulePackage(const std::wstring& path);
     RulePackage(std::wstring path, std::wstring displayPath);
 
     const std::wstring& Path() const { return path_; }

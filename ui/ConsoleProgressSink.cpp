@@ -110,7 +110,7 @@ void ConsoleProgressSink::PrintLine(const std::wstring& text, ConsoleColour colo
     PrintLine(text);
 }
 
-void ConsoleProgressSink::PrintLine(const std::wstring& text)
+void ConsoleProgressSink::PrintLine(const std::wstring& text) const
 {
     ConsoleWriter::Get().WriteLine(percentPrefix_ ? PercentPrefix(percent_) + text : text);
 }

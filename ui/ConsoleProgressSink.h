@@ -36,7 +36,7 @@ public:
 
 private:
     void PrintLine(const std::wstring& text, ConsoleColour colour);
-    void PrintLine(const std::wstring& text);
+    void PrintLine(const std::wstring& text) const;
     void SetTaskbarState(TaskbarState state);
     // The value out of the range, with the percentage that goes with it.
     void SetProgress(double value);

@@ -135,7 +135,7 @@ std::wstring RepositoryFolder(const std::wstring& settingsSubkey)
     SettingsKey key;
     const bool open = key.Open(settingsSubkey, true);
     const std::wstring value = open ? key.ReadString(kRepositoryValue) : std::wstring();
-    const std::wstring folder = value.empty() ? defaultFolder : NormaliseFolderPath(value);
+    std::wstring folder = value.empty() ? defaultFolder : NormaliseFolderPath(value);
     if (open && EqualsIgnoreCase(folder, defaultFolder))
         key.DeleteValue(kRepositoryValue);
     return folder;
@@ -144,8 +144,9 @@ std::wstring RepositoryFolder(const std::wstring& settingsSubkey)
 std::vector<PathVariableEntry> BuiltInVariables(const State& state, const Overrides& overrides)
 {
     const std::wstring application = state.applicationFolder.empty() ? ExecutableFolder() : state.applicationFolder;
-    const std::wstring home = NormaliseFolderPath(overrides.Find(L"HomeDir").value_or(application));
-    const std::wstring fragments =
+    // Not const: the folder function below hands out copies of them.
+    std::wstring home = NormaliseFolderPath(overrides.Find(L"HomeDir").value_or(application));
+    std::wstring fragments =
         NormaliseFolderPath(overrides.Find(L"Fragments Folder").value_or(Join(home, L"fragments")));
     const auto baseFolder = [&](Base base) {
         switch (base) {

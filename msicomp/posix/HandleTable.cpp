@@ -4,7 +4,7 @@
 
 namespace kw::msishim {
 
-MSIHANDLE HandleTable::Add(std::shared_ptr<HandleObject> object)
+MSIHANDLE HandleTable::Add(const std::shared_ptr<HandleObject>& object)
 {
     // Numbers are taken in turn from one counter, so a closed number returns only after the
     // whole range has gone round; one still open is passed over.
@@ -12,7 +12,7 @@ MSIHANDLE HandleTable::Add(std::shared_ptr<HandleObject> object)
         const auto handle = static_cast<MSIHANDLE>(issued_.fetch_add(1) % last_ + 1);
         Shard& shard = ShardOf(handle);
         const std::lock_guard<std::mutex> guard(shard.lock);
-        if (shard.objects.try_emplace(handle, std::move(object)).second)
+        if (shard.objects.try_emplace(handle, object).second)
             return handle;
     }
     return 0;

@@ -37,7 +37,7 @@ public:
     explicit HandleTable(MSIHANDLE last = UINT32_MAX) : last_(last) { }
 
     // A new number for the object; 0 only when every number of the range is in use.
-    MSIHANDLE Add(std::shared_ptr<HandleObject> object);
+    MSIHANDLE Add(const std::shared_ptr<HandleObject>& object);
 
     // The object of an open handle of this kind, else null.
     std::shared_ptr<HandleObject> Find(MSIHANDLE handle, HandleKind kind) const;

@@ -91,9 +91,9 @@ public:
 
 template <class T> GObjectPtr<T> Reference(T* object) { return GObjectPtr<T>(static_cast<T*>(g_object_ref(object))); }
 
-UINT AddHandle(std::shared_ptr<HandleObject> object, MSIHANDLE* handle)
+UINT AddHandle(const std::shared_ptr<HandleObject>& object, MSIHANDLE* handle)
 {
-    const MSIHANDLE added = Handles().Add(std::move(object));
+    const MSIHANDLE added = Handles().Add(object);
     if (added == 0)
         return ERROR_NOT_ENOUGH_MEMORY;
     *handle = added;
@@ -423,7 +423,7 @@ UINT MsiRecordReadStream(MSIHANDLE record, UINT field, char* buffer, DWORD* size
         return ERROR_SUCCESS;
     }
     const std::size_t count = std::min<std::size_t>(*size, value.bytes->size() - value.position);
-    std::memcpy(buffer, value.bytes->data() + value.position, count);
+    std::copy_n(value.bytes->data() + value.position, count, buffer);
     value.position += count;
     *size = static_cast<DWORD>(count);
     return ERROR_SUCCESS;

@@ -52,8 +52,8 @@ constexpr ErrnoCode kErrnoCodes[] = {
     {EBUSY, 32},
     {ETXTBSY, 32},
     {EINVAL, 87},
-    {ENOSPC, 112},
-    {EDQUOT, 112},
+    {ENOSPC, kErrorDiskFull},
+    {EDQUOT, kErrorDiskFull},
     {ENOTEMPTY, 145},
     {EEXIST, 183},
     {ENAMETOOLONG, 206},
@@ -89,7 +89,7 @@ bool Fail(int error, const std::string& path)
     if (error == ENOENT) {
         code = MissingPathError(path);
     } else {
-        const auto found = std::find_if(std::begin(kErrnoCodes), std::end(kErrnoCodes),
+        const auto* const found = std::find_if(std::begin(kErrnoCodes), std::end(kErrnoCodes),
             [error](const ErrnoCode& entry) { return entry.error == error; });
         if (found != std::end(kErrnoCodes))
             code = found->code;

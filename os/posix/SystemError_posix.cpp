@@ -64,7 +64,7 @@ void SetLastSystemError(std::uint32_t code) { g_lastError = code; }
 
 std::optional<std::wstring> SystemMessageText(std::uint32_t code)
 {
-    const auto found = std::lower_bound(std::begin(kMessages), std::end(kMessages), code,
+    const auto* const found = std::lower_bound(std::begin(kMessages), std::end(kMessages), code,
         [](const SystemMessage& m, std::uint32_t c) { return m.code < c; });
     if (found == std::end(kMessages) || found->code != code)
         return std::nullopt;

@@ -54,6 +54,7 @@ int main(int argc, char** argv)
     }
     std::sort(files.begin(), files.end());
     std::vector<std::unique_ptr<kw::RulePackage>> packages;
+    packages.reserve(files.size());
     for (const auto& file : files)
         packages.push_back(std::make_unique<kw::RulePackage>(file.wstring(), file.filename().wstring()));
 

@@ -355,10 +355,11 @@ int main(int argc, char** argv)
     kw::DumpWithoutPackage(folder);
     for (int index = 1; index < argc; ++index) {
         std::wstring path = kw::FromUtf8(argv[index]);
-        const bool absolute = path.starts_with(L"/") || path.starts_with(L"\\") || path.find(L':') != path.npos;
+        const bool absolute =
+            path.starts_with(L"/") || path.starts_with(L"\\") || path.find(L':') != std::wstring::npos;
         if (!absolute) {
             std::replace(path.begin(), path.end(), L'/', folder.back());
-            path = folder + path;
+            path.insert(0, folder);
         }
         kw::DumpPackage(path);
     }

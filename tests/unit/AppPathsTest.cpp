@@ -104,7 +104,7 @@ TEST(FolderMacros, ExpandVariablesAndSystemFolders)
 
 std::wstring WriteVariablesFile(const AppPathsSandbox& sandbox, std::string_view text)
 {
-    const std::wstring file = sandbox.Scratch() / L"PathVariables.apf";
+    std::wstring file = sandbox.Scratch() / L"PathVariables.apf";
     EXPECT_TRUE(ReplaceFileBytes(file, text));
     sandbox.WriteSettingsFile("[Folders]\nPathVariablesFile=" + Utf8(file) + "\n");
     return file;
@@ -137,7 +137,7 @@ TEST(PathVariablesFile, WrongRootIsRefusedAndMissingFileIgnored)
 {
     const AppPathsSandbox sandbox;
     const std::wstring file =
-        WriteVariablesFile(sandbox, "<?xml version=\"1.0\"?><Variables><Var Name=\"KW_X\" Path=\"/x\"/></Variables>");
+        WriteVariablesFile(sandbox, R"(<?xml version="1.0"?><Variables><Var Name="KW_X" Path="/x"/></Variables>)");
     try {
         sandbox.Rebuild();
         FAIL() << "a wrong root element was accepted";

@@ -1,6 +1,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <signal.h>
+#include <signal.h> // NOLINT(modernize-deprecated-headers): the POSIX header, for sigaltstack
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -122,7 +122,7 @@ std::wstring Address(std::uintptr_t address)
 std::vector<std::wstring> Lines(const std::wstring& text)
 {
     std::vector<std::wstring> lines;
-    for (size_t start = 0, end; (end = text.find(L"\r\n", start)) != std::wstring::npos; start = end + 2)
+    for (size_t start = 0, end = 0; (end = text.find(L"\r\n", start)) != std::wstring::npos; start = end + 2)
         lines.push_back(text.substr(start, end - start));
     return lines;
 }
@@ -290,7 +290,7 @@ TEST_F(FaultTranslation, WorkersOfTheProgramHaveAnAlternateStackOfTheirOwnWhileT
     // Installed once for the thread, and unmapped when it ended.
     ASSERT_NE(first.ss_sp, nullptr);
     EXPECT_EQ(second.ss_sp, first.ss_sp);
-    EXPECT_GE(first.ss_size, size_t{64 * 1024});
+    EXPECT_GE(first.ss_size, size_t{64} * 1024);
     const DeliberateBadAccess unmapped;
     const int synced = msync(first.ss_sp, first.ss_size, MS_ASYNC);
     const int error = errno;

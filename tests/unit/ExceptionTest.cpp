@@ -21,7 +21,7 @@ void ExpectMessageWithTrace(const std::wstring& traced, const std::wstring& mess
                              L"ExceptionTest\\.cpp:[0-9]+");
     size_t lines = 0;
     size_t callers = 0;
-    for (size_t begin = start.size(), end; begin < traced.size(); begin = end + 2, ++lines) {
+    for (size_t begin = start.size(), end = 0; begin < traced.size(); begin = end + 2, ++lines) {
         end = traced.find(L"\r\n", begin);
         ASSERT_NE(end, std::wstring::npos) << "unterminated: " << ToUtf8(traced.substr(begin));
         const std::wstring line = traced.substr(begin, end - begin);

@@ -24,7 +24,7 @@
 // glib 2.74 hands the memory of its slice allocator from thread to thread in ways that the thread
 // sanitizer cannot follow (glib is not instrumented); a build with the sanitizer reads these
 // suppressions and so checks the shim and libmsi, not glib's allocator.
-extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier): the sanitizer's name
 extern "C" const char* __tsan_default_suppressions() { return "race:g_slice_alloc\nrace:g_slice_alloc0\n"; }
 
 namespace kw {
@@ -67,13 +67,13 @@ template <class Opened> std::vector<std::wstring> ReadCells(Opened opened)
     const MsiHandle view = Execute(database, L"SELECT * FROM `Cells`");
     std::vector<MsiHandle> records;
     std::vector<std::wstring> rows;
-    for (MsiHandle record; MsiViewFetch(view.Get(), record.Put()) == ERROR_SUCCESS;) {
+    for (MSIHANDLE fetched = 0; MsiViewFetch(view.Get(), &fetched) == ERROR_SUCCESS;) {
+        const MsiHandle& record = records.emplace_back(fetched);
         opened(record.Get());
         std::wstring row;
         for (UINT field = 1; field <= MsiRecordGetFieldCount(record.Get()); ++field)
             row += FieldText(record.Get(), field) + L"|";
         rows.push_back(row);
-        records.push_back(std::move(record));
     }
     return rows;
 }
@@ -89,6 +89,7 @@ TEST(MsiShim, ThreadsReadTheirOwnHandlesAtOnceAndNeverShareANumber)
     std::vector<std::wstring> duplicates;
     std::vector<std::vector<std::wstring>> results(8);
     std::vector<std::thread> threads;
+    threads.reserve(results.size());
     for (auto& result : results) {
         threads.emplace_back([&] {
             for (int round = 0; round < 25; ++round) {
@@ -142,6 +143,7 @@ TEST(MsiHandleTable, NumbersComeBackOnlyAfterTheWholeRangeAndNeverWhileOpen)
 {
     msishim::HandleTable table(4);
     std::vector<MSIHANDLE> numbers;
+    numbers.reserve(5);
     for (int index = 0; index < 5; ++index)
         numbers.push_back(table.Add(std::make_shared<Object>()));
     EXPECT_EQ(numbers, (std::vector<MSIHANDLE>{1, 2, 3, 4, 0}));

@@ -106,6 +106,7 @@ TEST(SettingsKey, WritersOnSeveralThreadsLoseNoValue)
     const SettingsSandbox sandbox;
     const auto name = [](int thread, int value) { return std::to_wstring(thread) + L"." + std::to_wstring(value); };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
             SettingsKey key;

@@ -8,7 +8,7 @@ namespace kw {
 
 class ScopedEnvironment {
 public:
-    ScopedEnvironment(const char* name, std::optional<std::string> value) : name_(name)
+    ScopedEnvironment(const char* name, const std::optional<std::string>& value) : name_(name)
     {
         if (const char* old = std::getenv(name))
             old_ = old;

@@ -39,7 +39,7 @@ protected:
 
 std::wstring Write(const TemporaryFolder& folder, std::string_view bytes)
 {
-    const std::wstring file = folder / L"file.xml";
+    std::wstring file = folder / L"file.xml";
     EXPECT_TRUE(ReplaceFileBytes(file, bytes));
     return file;
 }
@@ -75,7 +75,7 @@ TEST(XmlReader, ReadsWindows1252ButNoOtherUnknownEncoding)
     EXPECT_EQ(reader.events, "decl 1.0 Windows-1252;<a n=\xE2\x82\xAC></a>");
     EXPECT_EQ(reader.text, "\xE2\x80\x9C\xC3\xA9\xC2\x81");
 
-    const std::wstring file = Write(folder, "<?xml version=\"1.0\" encoding=\"Windows-1250\"?><a/>");
+    const std::wstring file = Write(folder, R"(<?xml version="1.0" encoding="Windows-1250"?><a/>)");
     EXPECT_EQ(ParseFailure(file),
         std::make_pair(L"The XML file " + file + L" is not valid: unknown encoding, line 1, column 31, byte 30.", 101));
 }
