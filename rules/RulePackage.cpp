@@ -222,7 +222,9 @@ const std::wstring& RulePackage::Name()
 
 const std::shared_ptr<const PackageIdentity>& RulePackage::Identity()
 {
-    return Get(identity_, [this] { return std::make_shared<const PackageIdentity>(Name(), displayPath_); });
+    return Get(identity_, [this] {
+        return std::make_shared<const PackageIdentity>(PackageIdentity{Name(), displayPath_});
+    });
 }
 
 const PackageCodes& RulePackage::Codes()
