@@ -109,25 +109,6 @@ TEST(MsiShim, ThreadsReadTheirOwnHandlesAtOnceAndNeverShareANumber)
         EXPECT_EQ(result, expected);
 }
 
-// Every call finds its handle in the same table, whose numbers MsiHandleTable checks; here, that
-// closing a handle of each kind takes it out of that table.
-TEST(MsiShim, ClosedHandlesOfEveryKindStayClosed)
-{
-    // Raw handles: what is tested is closing them.
-    const std::wstring package = Fixture(L"streams.msi");
-    MSIHANDLE database = 0, view = 0, record = 0, summary = 0;
-    ASSERT_EQ(MsiOpenDatabaseW(package.c_str(), MSIDBOPEN_READONLY, &database), ERROR_SUCCESS);
-    ASSERT_EQ(MsiDatabaseOpenViewW(database, L"SELECT * FROM `Binary`", &view), ERROR_SUCCESS);
-    ASSERT_EQ(MsiViewExecute(view, 0), ERROR_SUCCESS);
-    ASSERT_EQ(MsiViewFetch(view, &record), ERROR_SUCCESS);
-    ASSERT_EQ(MsiGetSummaryInformationW(database, nullptr, 1, &summary), ERROR_SUCCESS);
-    for (const MSIHANDLE handle : {database, view, record, summary}) {
-        EXPECT_EQ(MsiCloseHandle(handle), ERROR_SUCCESS);
-        EXPECT_EQ(MsiCloseHandle(handle), ERROR_INVALID_HANDLE);
-    }
-    EXPECT_EQ(MsiGetDatabaseState(database), MSIDBSTATE_ERROR);
-}
-
 struct Object : msishim::HandleObject {
     static constexpr msishim::HandleKind kKind = msishim::HandleKind::View;
     Object() : HandleObject(kKind) { }

@@ -55,8 +55,11 @@ TEST(TaskbarButton, TheTaskbarListTakesEveryStateAndValueTheSinkWorksOut)
 
     // The sink works out each state (its own tests); the button must show every one of them.
     sink.SetTotal(2, false);
+    sink.BeginStep(0, 500, L"");
+    sink.AdvanceSubStep(250);
+    EXPECT_TRUE(taken(State::NoProgress, 500, 2000));
     sink.BeginStep(0, -1, L"");
-    EXPECT_TRUE(taken(State::Indeterminate, 0, 2000));
+    EXPECT_TRUE(taken(State::Indeterminate, 500, 2000));
     // The detection manager reports a finished step from its worker threads.
     std::thread([&] { sink.StepDone(0); }).join();
     EXPECT_TRUE(taken(State::Indeterminate, 1000, 2000));
@@ -78,8 +81,9 @@ TEST(TaskbarButton, NoButtonWithoutComOrWithoutAConsoleWindow)
     ConsoleCapture console;
     ConsoleProgressSink sink(true, std::move(button));
     sink.SetTotal(1, false);
+    sink.StepDone(0);
     sink.Finished(L"The detection failed.", 1);
-    EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::Error, 0, 1000}));
+    EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::Error, 1000, 1000}));
     EXPECT_EQ(sink.Button().Shown(), TaskbarProgress{});
 
     // With COM, the console window decides: the button exists exactly when the window does.
