@@ -9,8 +9,8 @@
 
 namespace kw {
 
-// Fresh XDG data folders; a relative entry first, which the base directory specification
-// ignores, and a second folder that must not be used.
+// Fresh XDG data folders; a relative entry first, which the XDG base-directory rules
+// ignore, and a second folder that must not be used.
 struct AppPathsSandbox::Place {
     TemporaryFolder data;
     ScopedEnvironment dataDirs{

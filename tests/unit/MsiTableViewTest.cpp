@@ -42,13 +42,5 @@ TEST(TableView, MissingTableYieldsNoRowsAndTheViewCanBeUsedAgain)
     EXPECT_EQ(view.Rows(), (std::vector<MsiRow>{{{L"Property", L"ProductName"}, {L"Value", L"Nothing Here"}}}));
 }
 
-TEST(TableView, NoDatabaseMeansNoRows)
-{
-    MsiTableView view(0);
-    EXPECT_FALSE(view.LoadTable(L"Property", nullptr));
-    EXPECT_FALSE(view.LoadJoin(kFileComponentJoin));
-    EXPECT_EQ(view.Name(), L"{JOIN Table}");
-}
-
 } // namespace
 } // namespace kw

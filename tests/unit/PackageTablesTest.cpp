@@ -55,26 +55,6 @@ TEST(PackageTables, FilesAreKeyedByTheirFolderAndLongNameAndRegistryKeepsTableOr
     EXPECT_EQ(tables.FullPathOf(L"NoSuchDirectory"), L"");
 }
 
-TEST(PackageTables, EachLoadKindLoadsItsTablesOnly)
-{
-    const MsiHandle database = OpenFixture(L"directories.msi");
-    struct Expected {
-        PackageLoadKind kind;
-        bool directories, files, registry;
-    };
-    for (const Expected& e :
-        {Expected{kLoadEverything, true, true, true}, Expected{kLoadDirectories, true, false, false}}) {
-        const PackageTables tables(database.Get(), e.kind, false);
-        EXPECT_EQ(!tables.Directories().empty(), e.directories) << e.kind;
-        EXPECT_EQ(tables.FullPathDir().size(), tables.Directories().size()) << e.kind;
-        EXPECT_EQ(!tables.Files().empty(), e.files) << e.kind;
-        EXPECT_EQ(!tables.Registry().empty(), e.registry) << e.kind;
-    }
-    const MsiHandle empty = OpenFixture(L"no-tables.msi");
-    const PackageTables none(empty.Get(), kLoadEverything, false);
-    EXPECT_TRUE(none.Directories().empty() && none.Files().empty() && none.Registry().empty());
-}
-
 TEST(PackageTables, FileSizeThatIsNoInt32FailsWithTheStandardConversionErrors)
 {
     const MsiHandle text = OpenFixture(L"filesize-not-a-number.msi");

@@ -12,30 +12,19 @@
 namespace kw {
 namespace {
 
-TEST(RegistryRoot, ShortAndLongNamesIgnoreCase)
+TEST(RegistryRoot, NamedByShortOrLongNameInAnyCaseElseUsersAndWithoutABackslashNone)
 {
-    EXPECT_EQ(ParseRegistryRoot(L"HKLM\\Software"), RegistryRoot::LocalMachine);
-    EXPECT_EQ(ParseRegistryRoot(L"hkey_local_machine\\Software"), RegistryRoot::LocalMachine);
-    EXPECT_EQ(ParseRegistryRoot(L"Hkcu\\"), RegistryRoot::CurrentUser);
-    EXPECT_EQ(ParseRegistryRoot(L"HKEY_CURRENT_USER\\Software"), RegistryRoot::CurrentUser);
-    EXPECT_EQ(ParseRegistryRoot(L"HKCR\\.msi"), RegistryRoot::ClassesRoot);
-    EXPECT_EQ(ParseRegistryRoot(L"HKEY_CLASSES_ROOT\\.msi"), RegistryRoot::ClassesRoot);
-    EXPECT_EQ(ParseRegistryRoot(L"hkcc\\System"), RegistryRoot::CurrentConfig);
-    EXPECT_EQ(ParseRegistryRoot(L"HKEY_CURRENT_CONFIG\\System"), RegistryRoot::CurrentConfig);
-    EXPECT_EQ(RegistryRootName(RegistryRoot::CurrentConfig), L"HKEY_CURRENT_CONFIG");
-}
-
-TEST(RegistryRoot, UnknownRootNameMeansUsers)
-{
-    for (const wchar_t* path : {L"HKEY_USERS\\.DEFAULT", L"FOO\\Software", L"HKLMX\\Software", L"HKLM \\Software",
-             L"\\HKLM\\Software", L"FOO\\HKLM\\Software"})
-        EXPECT_EQ(ParseRegistryRoot(path), RegistryRoot::Users) << path;
-}
-
-TEST(RegistryRoot, PathWithoutBackslashHasNoRoot)
-{
-    for (const wchar_t* path : {L"HKLM", L"HKEY_LOCAL_MACHINE/Software", L""})
-        EXPECT_EQ(ParseRegistryRoot(path), RegistryRoot::None) << path;
+    const std::pair<const wchar_t*, RegistryRoot> cases[] = {
+        {L"hkey_local_machine\\Software", RegistryRoot::LocalMachine},
+        {L"Hkcu\\", RegistryRoot::CurrentUser},
+        {L"HKCR\\.msi", RegistryRoot::ClassesRoot},
+        {L"HKEY_CURRENT_CONFIG\\System", RegistryRoot::CurrentConfig},
+        {L"HKLM \\Software", RegistryRoot::Users},
+        {L"\\HKLM\\Software", RegistryRoot::Users},
+        {L"HKEY_LOCAL_MACHINE/Software", RegistryRoot::None},
+    };
+    for (const auto& [path, root] : cases)
+        EXPECT_EQ(ParseRegistryRoot(path), root) << ToUtf8(path);
 }
 
 const std::pair<std::wstring, std::wstring> kAwkwardValues[] = {
@@ -83,8 +72,6 @@ TEST(SettingsKey, AbsentValuesReadAsEmptyAndReadOnlyKeysRefuseChanges)
     ASSERT_TRUE(writer.WriteString(L"Repository Path", L"kept"));
     ASSERT_TRUE(writer.WriteString(L"Last Path", L"x"));
     EXPECT_TRUE(writer.DeleteValue(L"Last Path"));
-    EXPECT_FALSE(writer.DeleteValue(L"Last Path"));
-    EXPECT_EQ(LastSystemError(), 2u);
 
     SettingsKey reader;
     ASSERT_TRUE(reader.Open(sandbox.Subkey(L"Settings"), false));
@@ -92,13 +79,7 @@ TEST(SettingsKey, AbsentValuesReadAsEmptyAndReadOnlyKeysRefuseChanges)
     EXPECT_EQ(LastSystemError(), 2u);
     EXPECT_FALSE(reader.WriteString(L"Repository Path", L"changed"));
     EXPECT_EQ(LastSystemError(), 5u);
-    EXPECT_FALSE(reader.DeleteValue(L"Repository Path"));
-    EXPECT_EQ(LastSystemError(), 5u);
     EXPECT_EQ(reader.ReadString(L"Repository Path"), L"kept");
-
-    SettingsKey other;
-    ASSERT_TRUE(other.Open(sandbox.Subkey(L"Other"), true));
-    EXPECT_EQ(other.ReadString(L"Repository Path"), L"");
 }
 
 TEST(SettingsKey, WritersOnSeveralThreadsLoseNoValue)

@@ -63,7 +63,7 @@ TEST(SettingsFile, LivesInTheXdgConfigFolderElseUnderHome)
             std::string(kNewFileText) +
                 "\n[Software\\Orvanta\\Kitewright\\Settings]\nRepository Path=/srv/packages%3Dnew\n");
     }
-    // The base directory specification ignores a relative folder, as an unset one.
+    // The XDG base-directory rules ignore a relative folder, as an unset one.
     const ScopedEnvironment xdg("XDG_CONFIG_HOME", "relative");
     ASSERT_TRUE(WriteRepositoryPath(L"/srv/home"));
     EXPECT_EQ(FileText(home / L".config/Orvanta/Kitewright/Settings.ini"),

@@ -7,7 +7,6 @@
 #include "SettingsSandbox.h"
 #include "os/Registry.h"
 #include "os/SystemError.h"
-#include "os/win32/RegistryRoot_win32.h"
 
 namespace kw {
 
@@ -27,16 +26,6 @@ SettingsSandbox::~SettingsSandbox() { RegDeleteTreeW(HKEY_CURRENT_USER, place_->
 std::wstring SettingsSandbox::Subkey(std::wstring_view name) const { return place_->key + L"\\" + std::wstring(name); }
 
 namespace {
-
-TEST(RegistryRoot, RootsAreTheWindowsRootKeys)
-{
-    EXPECT_EQ(ToRootKey(ParseRegistryRoot(L"HKLM\\x")), HKEY_LOCAL_MACHINE);
-    EXPECT_EQ(ToRootKey(ParseRegistryRoot(L"HKCU\\x")), HKEY_CURRENT_USER);
-    EXPECT_EQ(ToRootKey(ParseRegistryRoot(L"HKCR\\x")), HKEY_CLASSES_ROOT);
-    EXPECT_EQ(ToRootKey(ParseRegistryRoot(L"HKCC\\x")), HKEY_CURRENT_CONFIG);
-    EXPECT_EQ(ToRootKey(ParseRegistryRoot(L"FOO\\x")), HKEY_USERS);
-    EXPECT_EQ(ToRootKey(ParseRegistryRoot(L"HKLM")), nullptr);
-}
 
 TEST(SettingsKey, OnlyStringValuesAreReadAndAsTheyAreStored)
 {

@@ -1,12 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
-
 #include "os/Module.h"
 #include "os/ResourceText.h"
-#include "os/SystemError.h"
-#include "util/strings/StringSystem.h"
 
 namespace kw {
 namespace {
@@ -29,18 +24,6 @@ TEST(ResourceTexts, ProgramTextsComeFromTheLibraryBesideTheExecutable)
     EXPECT_EQ(LoadText(5785, 0), L"");
     EXPECT_EQ(LoadText(5785, 29), L"The detection was cancelled.");
     EXPECT_EQ(LoadText(64999), L"");
-}
-
-TEST(ResourceTexts, LibraryThatCannotBeLoadedSaysWhy)
-{
-    EXPECT_EQ(TextLibrary::Open(ExecutableFolder() + L"no-such-library.dll"), nullptr);
-    EXPECT_EQ(LastSystemError(), 126u);
-
-    const std::wstring notALibrary = ExecutableFolder() + L"not-a-library.dll";
-    std::ofstream(ToUtf8(notALibrary)) << "plain text\n";
-    EXPECT_EQ(TextLibrary::Open(notALibrary), nullptr);
-    EXPECT_EQ(LastSystemError(), 193u);
-    std::remove(ToUtf8(notALibrary).c_str());
 }
 
 } // namespace

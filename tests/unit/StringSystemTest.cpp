@@ -27,13 +27,5 @@ TEST(Utf8, EveryInvalidSequenceBecomesOneReplacementCharacter)
     EXPECT_EQ(FromUtf8("\xED\xA0\x80"), L"\uFFFD"); // an encoded surrogate
 }
 
-TEST(TextComparison, CaseIsIgnoredButLengthIsNot)
-{
-    EXPECT_TRUE(EqualsIgnoreCase(L"/nOuI", L"/NoUI"));
-    EXPECT_FALSE(EqualsIgnoreCase(L"/NoUI", L"/NoUI "));
-    EXPECT_EQ(ToHex(0xE0010064u), L"e0010064");
-    EXPECT_EQ(ToHex(0), L"0");
-}
-
 } // namespace
 } // namespace kw

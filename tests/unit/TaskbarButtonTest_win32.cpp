@@ -53,6 +53,7 @@ TEST(TaskbarButton, TheTaskbarListTakesEveryStateAndValueTheSinkWorksOut)
         return sink.Taskbar() == expected && sink.Button().Shown() == expected;
     };
 
+    // The sink works out each state (its own tests); the button must show every one of them.
     sink.SetTotal(2, false);
     sink.BeginStep(0, 500, L"");
     sink.AdvanceSubStep(250);
@@ -66,7 +67,6 @@ TEST(TaskbarButton, TheTaskbarListTakesEveryStateAndValueTheSinkWorksOut)
     EXPECT_TRUE(taken(State::Error, 1000, 2000));
     sink.Finished(L"", 0);
     EXPECT_TRUE(taken(State::NoProgress, 1000, 2000));
-    EXPECT_EQ(console.lines, std::vector<std::wstring>{L"[ 50%] The detection failed.\r\n"});
 }
 
 TEST(TaskbarButton, NoButtonWithoutComOrWithoutAConsoleWindow)
@@ -83,7 +83,6 @@ TEST(TaskbarButton, NoButtonWithoutComOrWithoutAConsoleWindow)
     sink.SetTotal(1, false);
     sink.StepDone(0);
     sink.Finished(L"The detection failed.", 1);
-    EXPECT_EQ(console.lines, std::vector<std::wstring>{L"[100%] The detection failed.\r\n"});
     EXPECT_EQ(sink.Taskbar(), (TaskbarProgress{State::Error, 1000, 1000}));
     EXPECT_EQ(sink.Button().Shown(), TaskbarProgress{});
 
