@@ -1,5 +1,5 @@
 #pragma once
-// Registry root names, and the per-user settings key.
+// The per-user settings key.
 //
 // On Windows the settings key is a key under HKEY_CURRENT_USER. On POSIX it is a section of
 // the INI file $XDG_CONFIG_HOME/Orvanta/Kitewright/Settings.ini (XDG_CONFIG_HOME unset,
@@ -11,24 +11,6 @@
 #include <string_view>
 
 namespace kw {
-
-enum class RegistryRoot {
-    None, // the path has no root
-    ClassesRoot,
-    CurrentUser,
-    LocalMachine,
-    Users,
-    CurrentConfig,
-};
-
-// The root named by the text before the first backslash of a registry path: "HKLM" or
-// "HKEY_LOCAL_MACHINE", "HKCU" or "HKEY_CURRENT_USER", "HKCR" or "HKEY_CLASSES_ROOT", "HKCC"
-// or "HKEY_CURRENT_CONFIG", ignoring case; any other text is HKEY_USERS. A path without a
-// backslash has no root.
-RegistryRoot ParseRegistryRoot(std::wstring_view path);
-
-// "HKEY_CURRENT_USER" and so on; empty for None.
-std::wstring_view RegistryRootName(RegistryRoot root);
 
 // A key under HKEY_CURRENT_USER holding the program's settings as string values. Failures
 // are reported as false or empty text, with the system error saying why (2: the key or value
@@ -53,8 +35,6 @@ public:
     bool WriteString(std::wstring_view name, std::wstring_view value);
     bool DeleteValue(std::wstring_view name);
 
-    // "HKEY_CURRENT_USER".
-    std::wstring_view RootName() const;
     // The subkey as opened, without a trailing backslash.
     const std::wstring& SubkeyPath() const { return subkey_; }
 

@@ -92,8 +92,6 @@ struct XmlReader::Callbacks {
     {
         Dispatch(data, [&](XmlReader& reader) { reader.OnCharacterData(text, length); });
     }
-    static void XMLCALL StartCdata(void* data) { static_cast<XmlReader*>(data)->insideCdata_ = true; }
-    static void XMLCALL EndCdata(void* data) { static_cast<XmlReader*>(data)->insideCdata_ = false; }
 
     // Exactly "Windows-1252", as files written by Windows tools name it; any other encoding
     // that expat does not know fails the parse.
@@ -122,7 +120,6 @@ void XmlReader::CreateParser()
 {
     parser_.Reset();
     declarationSeen_ = false;
-    insideCdata_ = false;
     handlerFailure_ = nullptr;
     parser_.Reset(XML_ParserCreate(nullptr));
     if (!parser_)
@@ -132,7 +129,6 @@ void XmlReader::CreateParser()
     XML_SetXmlDeclHandler(parser, Callbacks::XmlDecl);
     XML_SetElementHandler(parser, Callbacks::StartElement, Callbacks::EndElement);
     XML_SetCharacterDataHandler(parser, Callbacks::CharacterData);
-    XML_SetCdataSectionHandler(parser, Callbacks::StartCdata, Callbacks::EndCdata);
     XML_SetUnknownEncodingHandler(parser, Callbacks::UnknownEncoding, nullptr);
 }
 

@@ -41,7 +41,6 @@ protected:
     virtual void OnCharacterData(const char* text, int length);
 
     const std::wstring& Path() const { return path_; }
-    bool InsideCdata() const { return insideCdata_; }
 
 private:
     struct Callbacks;
@@ -51,7 +50,6 @@ private:
     std::wstring path_;
     HandleOwner<XmlParserKind> parser_;
     bool declarationSeen_ = false;
-    bool insideCdata_ = false;
     // What a handler threw: expat's C frames are never unwound, so it waits here until the
     // parser has stopped.
     std::exception_ptr handlerFailure_;

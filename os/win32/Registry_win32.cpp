@@ -4,7 +4,6 @@
 
 #include "os/Registry.h"
 #include "os/win32/Handles_win32.h"
-#include "os/win32/RegistryRoot_win32.h"
 
 namespace kw {
 
@@ -22,19 +21,6 @@ bool Succeeded(LSTATUS status)
 bool IsString(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ; }
 
 } // namespace
-
-HKEY ToRootKey(RegistryRoot root)
-{
-    switch (root) {
-    case RegistryRoot::None: return nullptr;
-    case RegistryRoot::ClassesRoot: return HKEY_CLASSES_ROOT;
-    case RegistryRoot::CurrentUser: return HKEY_CURRENT_USER;
-    case RegistryRoot::LocalMachine: return HKEY_LOCAL_MACHINE;
-    case RegistryRoot::Users: return HKEY_USERS;
-    case RegistryRoot::CurrentConfig: return HKEY_CURRENT_CONFIG;
-    }
-    return nullptr;
-}
 
 struct SettingsKey::Store {
     RegistryKeyOwner key;
