@@ -33,5 +33,17 @@ TEST(RuleCatalogue, PairsRunningAtOnceShareThePackageUnderTest)
     EXPECT_EQ(results[0], results[1]);
 }
 
+TEST(CodeRules, OnlyCodesThatBothPackagesHaveAndThatAreEqualAreReported)
+{
+    // Other codes, and no upgrade code on one side.
+    FixturePackage a(L"rules-resources-a.msi");
+    FixturePackage other(L"rules-files-a.msi");
+    EXPECT_EQ(RunRules(a, other, {L"CR12", L"CR13", L"CR14"}), std::vector<ExpectedFinding>{});
+    // A package that cannot be opened has no codes to share, not two equal empty ones.
+    RulePackage missing(FixturePath(L"no-such-package.msi"));
+    EXPECT_EQ(RunRules(missing, missing, {L"CR12", L"CR13", L"CR14"}), std::vector<ExpectedFinding>{});
+    EXPECT_EQ(missing.Name(), L"");
+}
+
 } // namespace
 } // namespace kw
