@@ -20,7 +20,7 @@ std::wstring WithoutTrailingSlash(std::string_view folder)
     return FromUtf8(folder);
 }
 
-// The base directory specification ignores relative entries, as if they were not there.
+// The XDG base-directory rules ignore relative entries, as if they were not there.
 std::wstring FirstDataFolder()
 {
     const char* list = std::getenv("XDG_DATA_DIRS");

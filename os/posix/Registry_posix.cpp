@@ -35,7 +35,7 @@ std::mutex g_fileMutex;
 
 std::wstring ConfigFolder()
 {
-    // The base directory specification: an unset, empty or relative value is ignored.
+    // As the XDG base-directory rules say: an unset, empty or relative value is ignored.
     const char* config = std::getenv("XDG_CONFIG_HOME");
     if (config != nullptr && config[0] == '/')
         return FromUtf8(config);
