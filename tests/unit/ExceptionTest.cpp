@@ -9,6 +9,16 @@
 namespace kw {
 namespace {
 
+const std::type_info& RethrownType(const IException& e)
+{
+    try {
+        e.Rethrow();
+    } catch (const IException& thrown) {
+        return typeid(thrown);
+    }
+    return typeid(void);
+}
+
 TEST(Exceptions, EveryKindKeepsItsTypeWhenRethrownOrCloned)
 {
     const Exception generic(L"g.cpp", 1, L"generic");
@@ -24,19 +34,10 @@ TEST(Exceptions, EveryKindKeepsItsTypeWhenRethrownOrCloned)
         EXPECT_EQ(match[1].str(), original->Message());
         EXPECT_EQ(clone->Clone(true)->Message(), clone->Message());
         EXPECT_EQ(original->Clone(false)->Message(), original->Message());
-        EXPECT_EQ(clone->GetType(), original->GetType());
-        EXPECT_EQ(clone->Code(), original->Code());
-        EXPECT_EQ(clone->File() + L":" + std::to_wstring(clone->Line()),
-            original->File() + L":" + std::to_wstring(original->Line()));
-    }
-    EXPECT_THROW(static_cast<const IException&>(windows).Rethrow(), WindowsException);
-    EXPECT_THROW(static_cast<const IException&>(seh).Rethrow(), SehException);
-    try {
-        static_cast<const IException&>(generic).Rethrow();
-    } catch (const WindowsException&) {
-        FAIL() << "a generic exception came back as a Windows one";
-    } catch (const Exception& e) {
-        EXPECT_EQ(e.Message(), L"generic");
+        EXPECT_EQ(RethrownType(*original), typeid(*original));
+        EXPECT_EQ(RethrownType(*clone), typeid(*original));
+        EXPECT_EQ(clone->File() + L":" + std::to_wstring(clone->Line()) + L":" + ToHex(clone->Code()),
+            original->File() + L":" + std::to_wstring(original->Line()) + L":" + ToHex(original->Code()));
     }
 }
 
@@ -59,18 +60,11 @@ INSTANTIATE_TEST_SUITE_P(Exceptions, ExceptionMessages,
     testing::Values(
         MessageCase{"ErrorCodeInSignedDecimal", [] { return Shown(WindowsException(L"f", 1, 0x80004005u)); },
             L"Win32 Error [-2147467259]: \"" + SystemMessageText(0x80004005u).value() + L"\" [80004005]"},
-        MessageCase{"ErrorCodeWithoutText", [] { return Shown(WindowsException(L"f", 1, 0x20001234u)); },
-            L"Win32 Error [536875572]: \"Failed to get Windows error message [win32 error 0x20001234].\" [20001234]"},
         MessageCase{"ComErrorWithDescription",
             [] {
                 return Shown(WindowsException(L"f", 1, ComError{-2147467259, L"The disk is full"}));
             },
             L"Win32 COM Error [-2147467259]: { The disk is full } [80004005]"},
-        MessageCase{"ComErrorWithoutDescription",
-            [] {
-                return Shown(WindowsException(L"f", 1, ComError{-2147467259, L""}));
-            },
-            L"Win32 Error [-2147467259]: \"" + SystemMessageText(0x80004005u).value() + L"\" [80004005]"},
         MessageCase{"NumberedTemplateWithItsInsert",
             [] { return Shown(Exception(KW_HERE, 2137u, L"C:\\ProgramData\\PathVariables.apf")); },
             L"The path variables file C:\\ProgramData\\PathVariables.apf is not valid: its root element must be "
