@@ -20,14 +20,10 @@ TEST(ComErrors, ErrorObjectsConvertWithTheirDescriptionAtTheBoundary)
     const _com_error described(E_ACCESSDENIED, MakeErrorInfo(L"The catalogue is locked"));
     const WindowsException fromDescribed(KW_HERE, ToComError(described));
     EXPECT_EQ(fromDescribed.Message(), L"Win32 COM Error [-2147024891]: { The catalogue is locked }");
-    EXPECT_EQ(fromDescribed.Code(), 0x80070005u);
 
     const _com_error bare(E_FAIL);
     const WindowsException fromBare(KW_HERE, ToComError(bare));
     EXPECT_EQ(fromBare.Message(), WindowsException(KW_HERE, 0x80004005u).Message());
-
-    const _com_error empty(E_FAIL, MakeErrorInfo(L""));
-    EXPECT_EQ(WindowsException(KW_HERE, ToComError(empty)).Message(), fromBare.Message());
 }
 
 } // namespace
