@@ -94,4 +94,14 @@ void PresentCurrentException(WindowHandle parent, const std::optional<SourceLoca
     }
 }
 
+void PresentException(
+    const std::exception_ptr& error, WindowHandle parent, const std::optional<SourceLocation>& standardFrom)
+{
+    try {
+        std::rethrow_exception(error);
+    } catch (...) {
+        PresentCurrentException(parent, standardFrom);
+    }
+}
+
 } // namespace kw

@@ -69,4 +69,8 @@ private:
 // An exception thrown while presenting leaves this function.
 void PresentCurrentException(WindowHandle parent = nullptr, const std::optional<SourceLocation>& standardFrom = {});
 
+// The same for an exception carried from where it was caught (a worker's, told as an event).
+void PresentException(const std::exception_ptr& error, WindowHandle parent = nullptr,
+    const std::optional<SourceLocation>& standardFrom = {});
+
 } // namespace kw

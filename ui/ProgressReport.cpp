@@ -15,15 +15,6 @@ constexpr double kTaskSubRange = 500;
 
 } // namespace
 
-void PresentError(const std::exception_ptr& error, const std::optional<SourceLocation>& standardFrom)
-{
-    try {
-        std::rethrow_exception(error);
-    } catch (...) {
-        PresentCurrentException(nullptr, standardFrom);
-    }
-}
-
 void ProgressReport::RunStarted(const std::wstring& folder, std::uint32_t packages)
 {
     if (packages == 0) {
@@ -47,13 +38,13 @@ void ProgressReport::PackageDone(const DetectionTask& task, const FindingList& f
     sink_.StepDone(task.index);
 }
 
-void ProgressReport::PackageFailed(const DetectionTask&, const std::exception_ptr& error) { PresentError(error); }
+void ProgressReport::PackageFailed(const DetectionTask&, const std::exception_ptr& error) { PresentException(error); }
 
 void ProgressReport::RunFinished(const DetectionSummary& summary)
 {
     // A standard exception that ended the run is placed where reports have always placed it.
     if (summary.error)
-        PresentError(summary.error, kDetectionFailureLocation);
+        PresentException(summary.error, nullptr, kDetectionFailureLocation);
     else if (summary.packages != 0)
         sink_.ReportLine(FormatNumber(IDS_DETECTION_TOTAL, summary.findings));
 }

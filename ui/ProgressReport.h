@@ -1,9 +1,6 @@
 #pragma once
 // A detection run told through a ProgressSink: its steps, and its lines as the console prints
 // them (a header per package, then its findings, and the total).
-#include <optional>
-
-#include "core/Exception.h"
 #include "engine/DetectionListener.h"
 #include "ui/ProgressSink.h"
 
@@ -22,9 +19,5 @@ public:
 private:
     ProgressSink& sink_;
 };
-
-// Presents an error of the run as the program presents every exception; a standard exception
-// from `standardFrom` when given.
-void PresentError(const std::exception_ptr& error, const std::optional<SourceLocation>& standardFrom = {});
 
 } // namespace kw
