@@ -41,9 +41,19 @@ RuleCatalogue FilteredCatalogue(const std::set<std::wstring>& excluded)
 
 std::uint32_t ConflictsDetectorManager::Run(const DetectionRequest& request)
 {
+    return Finish([&](DetectionSummary& summary) { RunDetection(request, summary); });
+}
+
+std::uint32_t ConflictsDetectorManager::Run(const OptionMap& options)
+{
+    return Finish([&](DetectionSummary& summary) { RunDetection(MakeDetectionRequest(options), summary); });
+}
+
+std::uint32_t ConflictsDetectorManager::Finish(const std::function<void(DetectionSummary&)>& detection)
+{
     DetectionSummary summary;
     try {
-        RunDetection(request, summary);
+        detection(summary);
     } catch (...) {
         summary.error = std::current_exception();
     }

@@ -3,6 +3,7 @@
 // the rule catalogue over each pair on worker threads and tells a DetectionListener.
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -21,11 +22,16 @@ public:
     // 0 when the run ended normally, with or without findings; 1 when an exception ended it
     // or a package failed. Throws nothing: a failure reaches the listener.
     std::uint32_t Run(const DetectionRequest& request);
+    // Makes the request from the options and runs it; a request that cannot be made (a path
+    // variables file that cannot be read, say) ends the run as any other failure does.
+    std::uint32_t Run(const OptionMap& options);
 
     ConflictsDetectorManager(const ConflictsDetectorManager&) = delete;
     ConflictsDetectorManager& operator=(const ConflictsDetectorManager&) = delete;
 
 private:
+    // Runs `detection`, whatever ends it, and tells the listener that the run finished.
+    std::uint32_t Finish(const std::function<void(DetectionSummary&)>& detection);
     void RunDetection(const DetectionRequest& request, DetectionSummary& summary);
     void RunWorkers(int count);
     void WorkerLoop();

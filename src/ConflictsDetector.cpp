@@ -92,14 +92,7 @@ std::uint32_t ConflictsDetector::RunInConsole()
     ComApartment com;
     ConsoleProgressSink sink(true);
     ProgressReport report(sink);
-    std::uint32_t result = 1;
-    try {
-        result = ConflictsDetectorManager(report).Run(MakeDetectionRequest(options_));
-    } catch (...) {
-        // The request could not be made (a path variables file that cannot be read, say): the
-        // run fails as it would had it begun.
-        report.RunFinished({.result = result, .error = std::current_exception()});
-    }
+    const std::uint32_t result = ConflictsDetectorManager(report).Run(options_);
     if (result != 0)
         sink.Finished(
             LoadText(result == kErrorOperationAborted ? IDS_DETECTION_CANCELLED : IDS_DETECTION_FAILED), result);
