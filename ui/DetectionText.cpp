@@ -53,10 +53,11 @@ constexpr RuleTexts kRuleTexts[] = {
     {.ruleId = L"CR19", .title = IDS_CR19_TITLE, .detail = IDS_CR19_DETAIL},
 };
 
-const RuleTexts* TextsOf(std::wstring_view ruleId, const std::vector<FindingValue>& subject)
+// The texts of the rule; of its finding whose subject begins with `subject`, when given.
+const RuleTexts* TextsOf(std::wstring_view ruleId, std::optional<FindingField> subject = std::nullopt)
 {
     for (const RuleTexts& texts : kRuleTexts) {
-        if (ruleId == texts.ruleId && (!texts.subject || (!subject.empty() && subject.front().field == *texts.subject)))
+        if (ruleId == texts.ruleId && (!subject || !texts.subject || subject == texts.subject))
             return &texts;
     }
     return nullptr;
@@ -105,16 +106,14 @@ std::wstring FormatNumber(unsigned textId, std::uint32_t value)
 
 std::wstring RuleTitle(std::wstring_view ruleId)
 {
-    for (const RuleTexts& texts : kRuleTexts) {
-        if (ruleId == texts.ruleId)
-            return LoadText(texts.title);
-    }
-    return {};
+    const RuleTexts* texts = TextsOf(ruleId);
+    return texts != nullptr ? LoadText(texts->title) : std::wstring();
 }
 
 std::wstring FindingDetail(const ConflictFinding& finding)
 {
-    const RuleTexts* texts = TextsOf(finding.ruleId, finding.subject);
+    const RuleTexts* texts = TextsOf(finding.ruleId,
+        finding.subject.empty() ? std::nullopt : std::optional<FindingField>(finding.subject.front().field));
     if (texts == nullptr)
         return {};
     std::vector<std::wstring> arguments;
