@@ -1,7 +1,8 @@
 #pragma once
 // The installer's two-call rule for text, written once: ask with an empty buffer and a size
 // of 0; ERROR_MORE_DATA answers the length without its terminator, so the second call gets a
-// buffer one larger.
+// buffer one larger. Readers of many values keep one buffer instead, and call twice only when
+// a value does not fit it.
 #include <string>
 
 #include "core/Exception.h"
@@ -31,6 +32,31 @@ template <typename Getter> UINT ReadInstallerString(Getter&& get, std::wstring& 
         throw WindowsException(KW_HERE, kInvalidArgumentHresult);
     buffer.resize(capacity);
     text = std::move(buffer);
+    return ERROR_SUCCESS;
+}
+
+// The same with `buffer`, kept by the caller from one read to the next, as the first call's
+// buffer: it grows to the longest value read and is never shrunk.
+template <typename Getter> UINT ReadInstallerString(Getter&& get, std::wstring& buffer, std::wstring& text)
+{
+    constexpr size_t kInitialCapacity = 128;
+    text.clear();
+    if (buffer.size() < kInitialCapacity)
+        buffer.resize(kInitialCapacity);
+    auto capacity = static_cast<DWORD>(buffer.size());
+    UINT result = get(buffer.data(), &capacity);
+    if (result == ERROR_MORE_DATA) {
+        const DWORD length = capacity;
+        buffer.resize(static_cast<size_t>(length) + 1);
+        capacity = length + 1;
+        result = get(buffer.data(), &capacity);
+    }
+    if (result != ERROR_SUCCESS)
+        return result;
+    // A length beyond the buffer is a broken contract, as above.
+    if (capacity >= buffer.size())
+        throw WindowsException(KW_HERE, kInvalidArgumentHresult);
+    text.assign(buffer.data(), capacity);
     return ERROR_SUCCESS;
 }
 

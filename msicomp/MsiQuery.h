@@ -35,7 +35,8 @@ std::wstring BuildSelect(const wchar_t* table, const wchar_t* const* columns);
 // SELECT `T`.`A`, `U`.`B` FROM `T`, `U` WHERE `T`.`X` = `U`.`Y` AND ...
 std::wstring BuildJoin(const MsiJoin& join);
 
-// The files with their components' ids and folders, as the package loader reads them.
+// The files with their components' ids and folders: the installer's join of what the
+// package loader reads table by table and joins in memory, in the same order.
 extern const MsiJoin kFileComponentJoin;
 
 // One value of the Property table. False when the database handle is 0, the property is

@@ -20,22 +20,7 @@ std::wstring ReadColumnInfo(MSIHANDLE record, UINT field)
     return std::wstring(buffer, size);
 }
 
-std::wstring ReadStringField(MSIHANDLE record, UINT field)
-{
-    std::wstring text;
-    ReadInstallerString(
-        [&](wchar_t* buffer, DWORD* size) { return MsiRecordGetStringW(record, field, buffer, size); }, text);
-    return text;
-}
-
 } // namespace
-
-const std::wstring& ColumnValue(const MsiRow& row, const std::wstring& column)
-{
-    static const std::wstring kAbsent;
-    const auto found = row.find(column);
-    return found != row.end() ? found->second : kAbsent;
-}
 
 MsiTableView::MsiTableView(MSIHANDLE database) : database_(database) { }
 
@@ -46,12 +31,21 @@ bool MsiTableView::LoadTable(const wchar_t* table, const wchar_t* const* columns
 
 bool MsiTableView::LoadJoin(const MsiJoin& join) { return Run(L"{JOIN Table}", BuildJoin(join)); }
 
+size_t MsiTableView::ColumnIndex(std::wstring_view name) const
+{
+    for (size_t i = 0; i < columnNames_.size(); ++i) {
+        if (columnNames_[i] == name)
+            return i;
+    }
+    return kNoColumn;
+}
+
 void MsiTableView::Reset()
 {
     name_.clear();
     columnNames_.clear();
     columnTypes_.clear();
-    rows_.clear();
+    cells_.clear();
     streams_.clear();
     if (view_)
         MsiViewClose(view_.Get());
@@ -71,7 +65,10 @@ bool MsiTableView::Run(std::wstring name, const std::wstring& query)
         return false;
     ReadColumns();
     ReadRows();
-    return !rows_.empty();
+    // Every row is in memory: the installer's view is no longer needed.
+    MsiViewClose(view_.Get());
+    view_.Reset();
+    return RowCount() != 0;
 }
 
 void MsiTableView::ReadColumns()
@@ -98,22 +95,25 @@ void MsiTableView::ReadRows()
     MsiHandle record;
     // The previous record is closed before each fetch (Put), and the last one with its owner.
     while (MsiViewFetch(view_.Get(), record.Put()) == ERROR_SUCCESS) {
-        MsiRow row;
-        for (size_t i = 0; i < columnNames_.size() && i < columnTypes_.size(); ++i) {
+        for (size_t i = 0; i < columnNames_.size(); ++i) {
             const UINT field = static_cast<UINT>(i) + 1;
-            const std::wstring& column = columnNames_[i];
-            switch (columnTypes_[i]) {
+            std::wstring& cell = cells_.emplace_back();
+            // A column whose type could not be read is not read either.
+            switch (i < columnTypes_.size() ? columnTypes_[i] : L'\0') {
             case L'g':
-                if (column.empty())
+                if (columnNames_[i].empty())
                     break;
                 [[fallthrough]];
             case L's':
-            case L'l': row[column] = ReadStringField(record.Get(), field); break;
-            case L'i': {
-                const int value = MsiRecordGetInteger(record.Get(), field);
-                row[column] = value == kMsiNullInteger ? std::wstring() : std::to_wstring(value);
+            case L'l':
+                ReadInstallerString([&](wchar_t* buffer,
+                                        DWORD* size) { return MsiRecordGetStringW(record.Get(), field, buffer, size); },
+                    buffer_, cell);
                 break;
-            }
+            case L'i':
+                if (const int value = MsiRecordGetInteger(record.Get(), field); value != kMsiNullInteger)
+                    cell = std::to_wstring(value);
+                break;
             case L'v': {
                 DWORD size = 0;
                 MsiRecordReadStream(record.Get(), field, nullptr, &size);
@@ -122,13 +122,12 @@ void MsiTableView::ReadRows()
                     MsiRecordReadStream(record.Get(), field, bytes.data(), &size);
                 bytes.resize(size);
                 streams_.push_back(std::move(bytes));
-                row[column] = kBinaryDataText;
+                cell = kBinaryDataText;
                 break;
             }
             default: break; // a type the program does not read
             }
         }
-        rows_.push_back(std::move(row));
     }
 }
 

@@ -1,8 +1,10 @@
 #pragma once
-// One query's result held in memory: rows of column name to value text. Rules and loaders
-// never walk installer views themselves.
-#include <map>
+// One query's result held in memory: the value text of every cell, row after row, with the
+// columns' names and types. Rules and loaders never walk installer views themselves; they
+// find a column's index once per query and read cells by index.
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "msicomp/MsiDatabase.h"
@@ -10,17 +12,12 @@
 
 namespace kw {
 
-// One record: column name to value text. Integers are decimal text, null integers and null
-// strings empty text, binary cells "{Binary Data}".
-using MsiRow = std::map<std::wstring, std::wstring>;
-
-// The value of a column in a row; a column the row does not have reads as empty text.
-const std::wstring& ColumnValue(const MsiRow& row, const std::wstring& column);
-
 inline constexpr const wchar_t* kBinaryDataText = L"{Binary Data}";
 
 class MsiTableView {
 public:
+    static constexpr size_t kNoColumn = static_cast<size_t>(-1);
+
     // From a database handle, used and never closed here; 0 gives no rows.
     explicit MsiTableView(MSIHANDLE database);
 
@@ -33,8 +30,16 @@ public:
     const std::vector<std::wstring>& ColumnNames() const { return columnNames_; }
     // The first letter of each column's installer type, lowered: s, l, g, i, v ...
     const std::vector<wchar_t>& ColumnTypes() const { return columnTypes_; }
-    const std::vector<MsiRow>& Rows() const { return rows_; }
-    std::vector<MsiRow>& Rows() { return rows_; }
+    // The index of the query's column of that name; kNoColumn when it has none.
+    size_t ColumnIndex(std::wstring_view name) const;
+
+    size_t RowCount() const { return columnNames_.empty() ? 0 : cells_.size() / columnNames_.size(); }
+    // Integers are decimal text, null integers and null strings empty text, binary cells
+    // "{Binary Data}"; a column of a type the program does not read is empty text.
+    const std::wstring& Value(size_t row, size_t column) const { return cells_[row * columnNames_.size() + column]; }
+    // For loaders that keep a cell: they may move it out.
+    std::wstring& Value(size_t row, size_t column) { return cells_[row * columnNames_.size() + column]; }
+
     // The contents of the binary cells, in the order they were read.
     const std::vector<std::string>& Streams() const { return streams_; }
     bool Loaded() const { return loaded_; }
@@ -50,8 +55,9 @@ private:
     std::wstring name_;
     std::vector<std::wstring> columnNames_;
     std::vector<wchar_t> columnTypes_;
-    std::vector<MsiRow> rows_;
+    std::vector<std::wstring> cells_; // row after row, one cell per column
     std::vector<std::string> streams_;
+    std::wstring buffer_; // reused by every string read of the query
     bool loaded_ = false;
 };
 

@@ -13,8 +13,112 @@ namespace {
 
 constexpr const wchar_t* kDirectoryColumns[] = {L"Directory", L"Directory_Parent", L"DefaultDir", nullptr};
 constexpr const wchar_t* kRegistryColumns[] = {L"Root", L"Key", L"Name", L"Value", nullptr};
+constexpr const wchar_t* kFileColumns[] = {L"File", L"Component_", L"FileName", L"FileSize", nullptr};
+
+// The root names of details; any other root shows its own number.
+struct RootName {
+    std::wstring_view root;
+    const wchar_t* name;
+};
+constexpr RootName kRootNames[] = {
+    {L"-1", L"HKMU"},
+    {L"0", L"HKEY_CLASSES_ROOT"},
+    {L"1", L"HKEY_CURRENT_USER"},
+    {L"2", L"HKEY_LOCAL_MACHINE"},
+    {L"3", L"HKEY_USERS"},
+};
+
+MsiTableView ReadComponents(MSIHANDLE database)
+{
+    // Every column, so that each user can tell which of its columns the table has.
+    MsiTableView view(database);
+    view.LoadTable(L"Component", nullptr);
+    return view;
+}
 
 } // namespace
+
+std::wstring_view LongName(std::wstring_view fileName)
+{
+    const size_t bar = fileName.find(L'|');
+    return bar == std::wstring_view::npos ? fileName : fileName.substr(bar + 1);
+}
+
+std::wstring FilePath(std::wstring_view folder, std::wstring_view longName)
+{
+    std::wstring path;
+    path.reserve(folder.size() + 1 + longName.size());
+    return path.append(folder).append(1, L'\\').append(longName);
+}
+
+std::wstring RegistryRootName(std::wstring_view root)
+{
+    for (const RootName& entry : kRootNames) {
+        if (root == entry.root)
+            return entry.name;
+    }
+    return std::wstring(root);
+}
+
+std::wstring RegistryPath(std::wstring_view root, std::wstring_view key)
+{
+    return RegistryRootName(root).append(1, L'\\').append(key);
+}
+
+RowIndex::RowIndex(const MsiTableView& view, size_t column) : next_(view.RowCount(), kEnd)
+{
+    if (column == MsiTableView::kNoColumn)
+        return;
+    // Built backwards, so that each key's chain runs in table order.
+    first_.reserve(view.RowCount());
+    for (size_t row = view.RowCount(); row-- > 0;) {
+        auto [entry, added] = first_.try_emplace(view.Value(row, column), row);
+        if (!added) {
+            next_[row] = entry->second;
+            entry->second = row;
+        }
+    }
+}
+
+ComponentTable::ComponentTable(MSIHANDLE database)
+    : view_(ReadComponents(database)), key_(view_.ColumnIndex(L"Component")), id_(view_.ColumnIndex(L"ComponentId")),
+      folder_(view_.ColumnIndex(L"Directory_")), keyPath_(view_.ColumnIndex(L"KeyPath")),
+      index_(view_, Joins(false) ? key_ : MsiTableView::kNoColumn)
+{
+}
+
+bool ComponentTable::Joins(bool folder) const
+{
+    return key_ != MsiTableView::kNoColumn && id_ != MsiTableView::kNoColumn &&
+        (!folder || folder_ != MsiTableView::kNoColumn);
+}
+
+bool ComponentTable::Complete() const { return Joins(true) && keyPath_ != MsiTableView::kNoColumn; }
+
+std::vector<JoinedRow> ComponentTable::Join(const MsiTableView& table, size_t componentColumn) const
+{
+    std::vector<JoinedRow> joined;
+    joined.reserve(table.RowCount());
+    for (size_t row = 0; row < table.RowCount(); ++row)
+        index_.ForEach(table.Value(row, componentColumn), [&](size_t component) {
+            joined.push_back({component, 0, row});
+        });
+    std::sort(joined.begin(), joined.end());
+    return joined;
+}
+
+std::vector<JoinedRow> ComponentTable::Join(
+    const MsiTableView& table, size_t componentColumn, const MsiTableView& second, size_t secondKey, size_t by) const
+{
+    const RowIndex secondRows(second, secondKey);
+    std::vector<JoinedRow> joined;
+    for (size_t row = 0; row < table.RowCount(); ++row)
+        index_.ForEach(table.Value(row, componentColumn), [&](size_t component) {
+            secondRows.ForEach(table.Value(row, by), [&](size_t match) { joined.push_back({component, match, row}); });
+        });
+    std::sort(joined.begin(), joined.end());
+    return joined;
+}
 
 std::int64_t ParseFileSize(const std::wstring& text)
 {
@@ -60,10 +164,13 @@ void PackageTables::LoadDirectories()
 {
     MsiTableView view(handle_);
     view.LoadTable(L"Directory", kDirectoryColumns);
-    for (const MsiRow& row : view.Rows()) {
-        const std::wstring& id = ColumnValue(row, L"Directory");
-        directories_.try_emplace(
-            id, DirectoryNode{id, ColumnValue(row, L"Directory_Parent"), ColumnValue(row, L"DefaultDir"), nullptr});
+    for (size_t row = 0; row < view.RowCount(); ++row) {
+        std::wstring& id = view.Value(row, 0);
+        // The table's key is unique in a valid package; of two rows with one id the first counts.
+        if (directories_.contains(id))
+            continue;
+        DirectoryNode node{id, std::move(view.Value(row, 1)), std::move(view.Value(row, 2)), nullptr};
+        directories_.emplace(std::move(id), std::move(node));
     }
     // Parent links only once every node is stored: a parent may come after its child.
     for (auto& [id, node] : directories_) {
@@ -76,15 +183,18 @@ void PackageTables::LoadDirectories()
 
 void PackageTables::LoadFiles()
 {
-    MsiTableView view(handle_);
-    view.LoadJoin(kFileComponentJoin);
-    for (const MsiRow& row : view.Rows()) {
-        const std::wstring& fileName = ColumnValue(row, L"FileName");
-        const ShortLongName names = SplitShortLong(fileName);
-        std::wstring fullPath = FullPathOf(ColumnValue(row, L"Directory_")) + L"\\" + names.longName;
-        const std::int64_t size = ParseFileSize(ColumnValue(row, L"FileSize"));
+    MsiTableView files(handle_);
+    files.LoadTable(L"File", kFileColumns);
+    const ComponentTable components(handle_);
+    if (!components.Joins(true))
+        return;
+    for (const JoinedRow& joined : components.Join(files, 1)) {
+        const std::wstring& fileName = files.Value(joined.row, 2);
+        std::wstring fullPath = FilePath(FullPathOf(components.Folder(joined.component)), LongName(fileName));
+        const std::int64_t size = ParseFileSize(files.Value(joined.row, 3));
         // Of two rows with the same full path the first is kept.
-        files_.try_emplace(fullPath, FileEntry{fileName, fullPath, size});
+        if (!files_.contains(fullPath))
+            files_.try_emplace(fullPath, FileEntry{fileName, fullPath, size});
     }
 }
 
@@ -92,9 +202,10 @@ void PackageTables::LoadRegistry()
 {
     MsiTableView view(handle_);
     view.LoadTable(L"Registry", kRegistryColumns);
-    for (const MsiRow& row : view.Rows())
-        registry_.push_back(RegistryEntry{ColumnValue(row, L"Root"), ColumnValue(row, L"Key"),
-            ColumnValue(row, L"Name"), ColumnValue(row, L"Value")});
+    registry_.reserve(view.RowCount());
+    for (size_t row = 0; row < view.RowCount(); ++row)
+        registry_.push_back(RegistryEntry{std::move(view.Value(row, 0)), std::move(view.Value(row, 1)),
+            std::move(view.Value(row, 2)), std::move(view.Value(row, 3))});
 }
 
 } // namespace kw

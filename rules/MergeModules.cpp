@@ -5,8 +5,8 @@
 #include <system_error>
 
 #include "msicomp/MsiDatabase.h"
+#include "msicomp/MsiTableView.h"
 #include "msicomp/PackageTables.h"
-#include "rules/RulePackage.h"
 #include "util/strings/StringSystem.h"
 
 namespace kw {
@@ -39,12 +39,12 @@ void LoadContents(MergeModule& module)
         return;
     MsiTableView signature(database.Get());
     if (signature.LoadTable(L"ModuleSignature", kModuleIdColumns))
-        module.moduleId = ColumnValue(signature.Rows().front(), L"ModuleID");
+        module.moduleId = signature.Value(0, 0);
     const PackageTables tables(database.Get(), kLoadEverything, true);
     for (const auto& [path, entry] : tables.Files())
         module.files.insert(path);
     for (const RegistryEntry& entry : tables.Registry())
-        module.registry.emplace(RegistryRootName(entry.root) + L"\\" + entry.key, entry.name);
+        module.registry.emplace(RegistryPath(entry.root, entry.key), entry.name);
 }
 
 } // namespace
@@ -87,11 +87,11 @@ const MergeModule* MergeModules::SupplyingRegistry(const std::wstring& rootKey, 
     return nullptr;
 }
 
-bool IsModuleComponent(
-    const std::wstring& component, const std::wstring& moduleId, const std::vector<MsiRow>& moduleComponents)
+bool IsModuleComponent(const std::wstring& component, const std::wstring& moduleId, const RowTable& moduleComponents)
 {
-    for (const MsiRow& row : moduleComponents) {
-        if (ColumnValue(row, L"Component") == component && ColumnValue(row, L"ModuleID") == moduleId)
+    for (size_t i = 0; i < moduleComponents.Size(); ++i) {
+        const Row row = moduleComponents[i];
+        if (row[Column::Component] == component && row[Column::ModuleId] == moduleId)
             return true;
     }
     // A module id without a point has no part to carry into component names.

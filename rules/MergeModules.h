@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "msicomp/MsiTableView.h"
 #include "msicomp/mergemods/MsmInfoExtracter.h"
+#include "rules/RulePackage.h"
 
 namespace kw {
 
@@ -42,7 +42,6 @@ private:
 // Whether a package's component came from the module: the package's ModuleComponents lists
 // it under the module's id, or its name ends with "." and the module id's part after its
 // first ".", as merging names the components it adds.
-bool IsModuleComponent(
-    const std::wstring& component, const std::wstring& moduleId, const std::vector<MsiRow>& moduleComponents);
+bool IsModuleComponent(const std::wstring& component, const std::wstring& moduleId, const RowTable& moduleComponents);
 
 } // namespace kw

@@ -22,7 +22,7 @@ enum class Conflict {
 // A column of a row, reported as a value of this field.
 struct ColumnField {
     FindingField field;
-    const wchar_t* column; // null: no value
+    Column column = Column::None; // None: no value
 };
 using ColumnFields = std::array<ColumnField, 5>;
 
@@ -31,7 +31,7 @@ struct RowRuleDefinition {
     View first; // of the package under test, or of the repository package when reversed
     View second;
     Conflict conflict;
-    std::array<const wchar_t*, 3> compared{}; // unused entries are null
+    std::array<Column, 3> compared{}; // unused entries are None
     ColumnFields subject{}; // what both rows have, from the first package's row
     ColumnFields side{}; // each package's own, from its row
 };
@@ -54,14 +54,12 @@ private:
     FindingList list_;
 };
 
-const std::wstring& Value(const KeyedRow& row, const wchar_t* column) { return ColumnValue(*row.row, column); }
-
 std::vector<FindingValue> Values(const KeyedRow& row, const ColumnFields& fields)
 {
     std::vector<FindingValue> values;
     for (const ColumnField& field : fields) {
-        if (field.column != nullptr)
-            values.push_back({field.field, Value(row, field.column)});
+        if (field.column != Column::None)
+            values.push_back({field.field, row.row[field.column]});
     }
     return values;
 }
@@ -71,19 +69,20 @@ FindingSide Side(RulePackage& package, std::vector<FindingValue> values = {})
     return {package.Identity(), std::move(values)};
 }
 
-bool AnyDiffers(const KeyedRow& a, const KeyedRow& b, const std::array<const wchar_t*, 3>& columns)
+bool AnyDiffers(const KeyedRow& a, const KeyedRow& b, const std::array<Column, 3>& columns)
 {
     return std::any_of(columns.begin(), columns.end(),
-        [&](const wchar_t* column) { return column != nullptr && Value(a, column) != Value(b, column); });
+        [&](Column column) { return column != Column::None && a.row[column] != b.row[column]; });
 }
 
 bool IsConflict(const RowRuleDefinition& rule, const KeyedRow& a, const KeyedRow& b)
 {
-    const bool differentComponent = Value(a, L"ComponentId") != Value(b, L"ComponentId");
+    // Only the kinds that compare components read them: not every row set has one.
+    const auto differentComponent = [&] { return a.row[Column::ComponentId] != b.row[Column::ComponentId]; };
     switch (rule.conflict) {
-    case Conflict::DifferentComponentId: return differentComponent;
+    case Conflict::DifferentComponentId: return differentComponent();
     case Conflict::DifferentValue: return AnyDiffers(a, b, rule.compared);
-    case Conflict::DifferentComponentIdAndValue: return differentComponent && AnyDiffers(a, b, rule.compared);
+    case Conflict::DifferentComponentIdAndValue: return differentComponent() && AnyDiffers(a, b, rule.compared);
     case Conflict::Always: return true;
     }
     return false;
@@ -109,22 +108,22 @@ template <const RowRuleDefinition&... Definitions> FindingList RowRule(PackagePa
     return findings.Take();
 }
 
-constexpr ColumnField kFolder = {FindingField::Folder, kFullPathDirColumn};
-constexpr ColumnField kFileName = {FindingField::FileName, L"FileName"};
-constexpr ColumnField kComponent = {FindingField::Component, L"Component_"};
-constexpr ColumnField kComponentId = {FindingField::ComponentId, L"ComponentId"};
+constexpr ColumnField kFolder = {FindingField::Folder, Column::FullPathDir};
+constexpr ColumnField kFileName = {FindingField::FileName, Column::FileName};
+constexpr ColumnField kComponent = {FindingField::Component, Column::Component};
+constexpr ColumnField kComponentId = {FindingField::ComponentId, Column::ComponentId};
 constexpr ColumnFields kComponentOfRow = {kComponent, kComponentId};
-constexpr ColumnFields kRegistryEntry = {
-    ColumnField{FindingField::Root, L"Root"}, {FindingField::Key, L"Key"}, {FindingField::Name, L"Name"}};
+constexpr ColumnFields kRegistryEntry = {ColumnField{FindingField::Root, Column::Root},
+    {FindingField::Key, Column::Key}, {FindingField::Name, Column::Name}};
 
 constexpr RowRuleDefinition kComponentFolders = {
     .id = L"CR1",
     .first = View::ComponentsById,
     .second = View::ComponentsById,
     .conflict = Conflict::DifferentValue,
-    .compared = {kFullPathDirColumn},
+    .compared = {Column::FullPathDir},
     .subject = {kComponentId},
-    .side = {ColumnField{FindingField::Component, L"Component"}, kFolder},
+    .side = {kComponent, kFolder},
 };
 constexpr RowRuleDefinition kFileComponents = {
     .id = L"CR3",
@@ -139,18 +138,18 @@ constexpr RowRuleDefinition kFileVersions = {
     .first = View::FilesByComponentFolderAndName,
     .second = View::FilesByComponentFolderAndName,
     .conflict = Conflict::DifferentValue,
-    .compared = {L"Version"},
+    .compared = {Column::Version},
     .subject = {kFolder, kFileName, kComponentId},
-    .side = {kComponent, ColumnField{FindingField::Version, L"Version"}},
+    .side = {kComponent, ColumnField{FindingField::Version, Column::Version}},
 };
 constexpr RowRuleDefinition kModuleVersions = {
     .id = L"CR5",
     .first = View::ModulesById,
     .second = View::ModulesById,
     .conflict = Conflict::DifferentValue,
-    .compared = {L"Version"},
-    .subject = {ColumnField{FindingField::ModuleId, L"ModuleID"}},
-    .side = {ColumnField{FindingField::Version, L"Version"}},
+    .compared = {Column::Version},
+    .subject = {ColumnField{FindingField::ModuleId, Column::ModuleId}},
+    .side = {ColumnField{FindingField::Version, Column::Version}},
 };
 constexpr RowRuleDefinition kRegistryComponents = {
     .id = L"CR6",
@@ -165,7 +164,7 @@ constexpr RowRuleDefinition kShortcutComponents = {
     .first = View::ShortcutsByFolderAndName,
     .second = View::ShortcutsByFolderAndName,
     .conflict = Conflict::DifferentComponentId,
-    .subject = {kFolder, ColumnField{FindingField::Name, L"Name"}},
+    .subject = {kFolder, ColumnField{FindingField::Name, Column::Name}},
     .side = kComponentOfRow,
 };
 constexpr RowRuleDefinition kIniEntryComponents = {
@@ -173,8 +172,8 @@ constexpr RowRuleDefinition kIniEntryComponents = {
     .first = View::IniFilesByEntry,
     .second = View::IniFilesByEntry,
     .conflict = Conflict::DifferentComponentId,
-    .subject = {kFolder, kFileName, ColumnField{FindingField::Section, L"Section"}, {FindingField::Key, L"Key"},
-        {FindingField::Value, L"Value"}},
+    .subject = {kFolder, kFileName, ColumnField{FindingField::Section, Column::Section},
+        {FindingField::Key, Column::Key}, {FindingField::Value, Column::Value}},
     .side = kComponentOfRow,
 };
 constexpr RowRuleDefinition kDataSourceComponents = {
@@ -182,7 +181,7 @@ constexpr RowRuleDefinition kDataSourceComponents = {
     .first = View::DataSourcesByName,
     .second = View::DataSourcesByName,
     .conflict = Conflict::DifferentComponentId,
-    .subject = {ColumnField{FindingField::DataSource, L"DataSource"}},
+    .subject = {ColumnField{FindingField::DataSource, Column::DataSource}},
     .side = kComponentOfRow,
 };
 constexpr RowRuleDefinition kDriverComponents = {
@@ -190,7 +189,7 @@ constexpr RowRuleDefinition kDriverComponents = {
     .first = View::DriversByName,
     .second = View::DriversByName,
     .conflict = Conflict::DifferentComponentId,
-    .subject = {ColumnField{FindingField::Driver, L"Driver"}},
+    .subject = {ColumnField{FindingField::Driver, Column::Driver}},
     .side = kComponentOfRow,
 };
 constexpr RowRuleDefinition kServiceComponents = {
@@ -198,7 +197,7 @@ constexpr RowRuleDefinition kServiceComponents = {
     .first = View::ServicesByName,
     .second = View::ServicesByName,
     .conflict = Conflict::DifferentComponentId,
-    .subject = {ColumnField{FindingField::Name, L"Name"}},
+    .subject = {ColumnField{FindingField::Name, Column::Name}},
     .side = kComponentOfRow,
 };
 constexpr RowRuleDefinition kVerbComponents = {
@@ -206,7 +205,7 @@ constexpr RowRuleDefinition kVerbComponents = {
     .first = View::VerbsByExtensionAndVerb,
     .second = View::VerbsByExtensionAndVerb,
     .conflict = Conflict::DifferentComponentId,
-    .subject = {ColumnField{FindingField::Extension, L"Extension"}, {FindingField::Verb, L"Verb"}},
+    .subject = {ColumnField{FindingField::Extension, Column::Extension}, {FindingField::Verb, Column::Verb}},
     .side = kComponentOfRow,
 };
 // The package that edits the INI file is the first side, the one that installs it the second.
@@ -223,28 +222,55 @@ constexpr RowRuleDefinition kFileDetails = {
     .first = View::FilesByFolderAndName,
     .second = View::FilesByFolderAndName,
     .conflict = Conflict::DifferentComponentIdAndValue,
-    .compared = {L"FileSize", L"Version", L"Language"},
+    .compared = {Column::FileSize, Column::Version, Column::Language},
     .subject = {kFolder, kFileName},
-    .side = {kComponent, kComponentId, ColumnField{FindingField::FileSize, L"FileSize"},
-        {FindingField::Version, L"Version"}, {FindingField::Language, L"Language"}},
+    .side = {kComponent, kComponentId, ColumnField{FindingField::FileSize, Column::FileSize},
+        {FindingField::Version, Column::Version}, {FindingField::Language, Column::Language}},
 };
 constexpr RowRuleDefinition kRegistryValues = {
     .id = L"CR17",
     .first = View::RegistryByEntry,
     .second = View::RegistryByEntry,
     .conflict = Conflict::DifferentValue,
-    .compared = {L"Value"},
+    .compared = {Column::Value},
     .subject = kRegistryEntry,
-    .side = {ColumnField{FindingField::Value, L"Value"}},
+    .side = {ColumnField{FindingField::Value, Column::Value}},
 };
 constexpr RowRuleDefinition kKeyPathComponents = {
     .id = L"CR18",
     .first = View::ComponentsByKeyPath,
     .second = View::ComponentsByKeyPath,
     .conflict = Conflict::DifferentComponentId,
-    .subject = {ColumnField{FindingField::KeyPath, L"KeyPath"}, kFolder},
-    .side = {ColumnField{FindingField::Component, L"Component"}, kComponentId},
+    .subject = {ColumnField{FindingField::KeyPath, Column::KeyPath}, kFolder},
+    .side = {kComponent, kComponentId},
 };
+
+// Every column a row rule reads is one its views' rows have: the subject from the first view's
+// rows, the compared columns, the sides' values and the component ids from both.
+constexpr bool ReadsItsOwnColumns(const RowRuleDefinition& rule)
+{
+    const RowSet first = SetOf(rule.first);
+    const RowSet second = SetOf(rule.second);
+    const auto inBoth = [&](Column column) {
+        return column == Column::None || (Has(first, column) && Has(second, column));
+    };
+    const bool componentIds =
+        rule.conflict != Conflict::DifferentComponentId && rule.conflict != Conflict::DifferentComponentIdAndValue
+        ? true
+        : inBoth(Column::ComponentId);
+    return componentIds && std::all_of(rule.compared.begin(), rule.compared.end(), inBoth) &&
+        std::all_of(
+            rule.side.begin(), rule.side.end(), [&](const ColumnField& field) { return inBoth(field.column); }) &&
+        std::all_of(rule.subject.begin(), rule.subject.end(),
+            [&](const ColumnField& field) { return field.column == Column::None || Has(first, field.column); });
+}
+
+constexpr const RowRuleDefinition* kRowRules[] = {&kComponentFolders, &kFileComponents, &kFileVersions,
+    &kModuleVersions, &kRegistryComponents, &kShortcutComponents, &kIniEntryComponents, &kDataSourceComponents,
+    &kDriverComponents, &kServiceComponents, &kVerbComponents, &kIniFilesInstalled, &kFileDetails, &kRegistryValues,
+    &kKeyPathComponents};
+static_assert(std::all_of(std::begin(kRowRules), std::end(kRowRules),
+    [](const RowRuleDefinition* rule) { return ReadsItsOwnColumns(*rule); }));
 
 // CR15 looks both ways: INI files the package under test edits that the repository package
 // installs, then the reverse.
@@ -268,14 +294,14 @@ FindingList ComponentFiles(PackagePair& pair)
     const std::vector<KeyedRow>& filesB = pair.Repository().Sorted(View::FilesByComponentAndName);
     const auto report = [&](const KeyedRow& file, RulePackage& having, RulePackage& lacking) {
         findings.Add({{FindingField::ComponentId, *file.key[0]}, {FindingField::FileName, *file.key[1]}},
-            Side(having, {{FindingField::Component, Value(file, L"Component_")}}), Side(lacking));
+            Side(having, {{FindingField::Component, file.row[Column::Component]}}), Side(lacking));
     };
     const std::wstring* previous = nullptr;
     for (const KeyedRow& component : pair.Common(View::ComponentsById, View::ComponentsById)) {
         if (previous != nullptr && *previous == *component.key[0])
             continue;
         previous = component.key[0];
-        const KeyedRow probe{nullptr, {component.key[0]}};
+        const KeyedRow probe{Row(), {component.key[0]}};
         auto [a, endA] = std::equal_range(filesA.begin(), filesA.end(), probe, byComponent);
         auto [b, endB] = std::equal_range(filesB.begin(), filesB.end(), probe, byComponent);
         // The symmetric difference of the two sorted ranges by file name.
@@ -326,14 +352,14 @@ FindingList ModuleSuppliedEntries(PackagePair& pair)
     if (pair.Modules() == nullptr || pair.Modules()->Modules().empty())
         return findings.Take();
     MergeModules& modules = *pair.Modules();
-    const std::vector<MsiRow>& moduleComponentsA = pair.UnderTest().Rows(RowSet::ModuleComponents);
-    const std::vector<MsiRow>& moduleComponentsB = pair.Repository().Rows(RowSet::ModuleComponents);
+    const RowTable& moduleComponentsA = pair.UnderTest().Rows(RowSet::ModuleComponents);
+    const RowTable& moduleComponentsB = pair.Repository().Rows(RowSet::ModuleComponents);
     const auto check = [&](const wchar_t* table, const KeyedRow& a, const KeyedRow& b, const std::wstring& entry,
                            const MergeModule* module) {
         if (module == nullptr)
             return;
-        const std::wstring& componentA = Value(a, L"Component_");
-        const std::wstring& componentB = Value(b, L"Component_");
+        const std::wstring& componentA = a.row[Column::Component];
+        const std::wstring& componentB = b.row[Column::Component];
         if (IsModuleComponent(componentA, module->moduleId, moduleComponentsA) &&
             IsModuleComponent(componentB, module->moduleId, moduleComponentsB))
             return;
@@ -345,7 +371,7 @@ FindingList ModuleSuppliedEntries(PackagePair& pair)
             Side(pair.Repository(), {{FindingField::Component, componentB}}));
     };
     for (const KeyedRow& a : pair.Common(View::FilesByFolderAndName, View::FilesByFolderAndName)) {
-        const std::wstring path = *a.key[0] + L"\\" + *a.key[1];
+        const std::wstring path = FilePath(*a.key[0], *a.key[1]);
         check(L"File", a, pair.FirstMatch(View::FilesByFolderAndName, a), path, modules.SupplyingFile(path));
     }
     for (const KeyedRow& a : pair.Common(View::RegistryByRootKey, View::RegistryByRootKey)) {

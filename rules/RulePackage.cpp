@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "msicomp/DirectoryResolution.h"
 #include "msicomp/MsiDatabase.h"
 #include "msicomp/MsiQuery.h"
 #include "util/strings/StringSystem.h"
@@ -11,152 +10,258 @@ namespace kw {
 
 namespace {
 
-// How one row set is read: a single-table select or a join with the rows' component, then
-// the columns computed from what was read.
-struct RowSetQuery {
-    const wchar_t* table; // single-table select, or null
-    const wchar_t* const* columns;
-    const MsiJoin* join; // join, or null
-    const wchar_t* directoryColumn; // resolved into FullPathDir, or null
-    const wchar_t* fileNameColumn; // a Filename column, kept as its long name, or null
-    bool rootKey; // adds RootKey
+// Where a value of a row comes from.
+enum class From : std::uint8_t {
+    Cell, // the table's column
+    LongName, // the long name in the table's column
+    Folder, // the full path of the folder the table's column names
+    ComponentId, // the row's component
+    ComponentFolder, // the full path of the row's component's folder
+    RootKey, // the registry path of the table's Root and Key
+    Expansion, // the column of the second table's row
 };
 
-constexpr MsiJoinColumn kComponentIdColumn[] = {{L"ComponentId", 0}, {nullptr, 0}};
-constexpr MsiJoinCondition kByComponent(const wchar_t* table)
-{
-    return {table, L"Component_", L"Component", L"Component"};
-}
+struct ValueSource {
+    From from = From::Cell;
+    const wchar_t* name = nullptr; // a selected column of the table (or of the second table)
+};
 
-constexpr MsiJoinColumn kFileColumns[] = {{L"File", 0}, {L"Component_", 0}, {L"FileName", 0}, {L"FileSize", 0},
-    {L"Version", 0}, {L"Language", 0}, {nullptr, 0}};
-constexpr MsiJoinColumn kFileComponentColumns[] = {{L"ComponentId", 0}, {L"Directory_", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kFileTables[] = {
-    {L"File", kFileColumns}, {L"Component", kFileComponentColumns}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kFileConditions[] = {kByComponent(L"File"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kFileJoin = {kFileTables, kFileConditions};
+// A second table whose rows each row of the first is repeated for: the rows whose `key`
+// equals the first table's `by`, in the installer's join order.
+struct Expansion {
+    const wchar_t* table;
+    const wchar_t* const* columns;
+    const wchar_t* key;
+    const wchar_t* by;
+};
 
-constexpr MsiJoinColumn kRegistryColumns[] = {
-    {L"Registry", 0}, {L"Root", 0}, {L"Key", 0}, {L"Name", 0}, {L"Value", 0}, {L"Component_", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kRegistryTables[] = {
-    {L"Registry", kRegistryColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kRegistryConditions[] = {kByComponent(L"Registry"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kRegistryJoin = {kRegistryTables, kRegistryConditions};
+// How one row set is read: a plain select of its table, joined in memory with the rows'
+// components and perhaps with a second table. The select names the columns the set needs and
+// the table's key: a table that lacks one of them is not one the rules understand, and gives
+// no rows.
+struct RowSetSource {
+    const wchar_t* table;
+    const wchar_t* const* columns;
+    std::array<ValueSource, kMaxColumns> values; // by the set's columns
+    const Expansion* expansion = nullptr;
+};
 
-constexpr MsiJoinColumn kShortcutColumns[] = {
-    {L"Shortcut", 0}, {L"Directory_", 0}, {L"Name", 0}, {L"Component_", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kShortcutTables[] = {
-    {L"Shortcut", kShortcutColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kShortcutConditions[] = {kByComponent(L"Shortcut"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kShortcutJoin = {kShortcutTables, kShortcutConditions};
+constexpr ValueSource Cell(const wchar_t* name) { return {From::Cell, name}; }
+constexpr ValueSource LongNameOf(const wchar_t* name) { return {From::LongName, name}; }
+constexpr ValueSource FolderOf(const wchar_t* name) { return {From::Folder, name}; }
+constexpr ValueSource SecondCell(const wchar_t* name) { return {From::Expansion, name}; }
+constexpr ValueSource kComponent = Cell(L"Component_");
+constexpr ValueSource kComponentId = {From::ComponentId};
+constexpr ValueSource kComponentFolder = {From::ComponentFolder};
+constexpr ValueSource kRootKey = {From::RootKey};
 
-constexpr MsiJoinColumn kIniFileColumns[] = {{L"IniFile", 0}, {L"FileName", 0}, {L"DirProperty", 0}, {L"Section", 0},
-    {L"Key", 0}, {L"Value", 0}, {L"Component_", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kIniFileTables[] = {
-    {L"IniFile", kIniFileColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kIniFileConditions[] = {kByComponent(L"IniFile"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kIniFileJoin = {kIniFileTables, kIniFileConditions};
-
-constexpr MsiJoinColumn kDataSourceColumns[] = {{L"DataSource", 0}, {L"Component_", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kDataSourceTables[] = {
-    {L"ODBCDataSource", kDataSourceColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kDataSourceConditions[] = {
-    kByComponent(L"ODBCDataSource"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kDataSourceJoin = {kDataSourceTables, kDataSourceConditions};
-
-constexpr MsiJoinColumn kDriverColumns[] = {{L"Driver", 0}, {L"Component_", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kDriverTables[] = {
-    {L"ODBCDriver", kDriverColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kDriverConditions[] = {kByComponent(L"ODBCDriver"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kDriverJoin = {kDriverTables, kDriverConditions};
-
-constexpr MsiJoinColumn kServiceColumns[] = {{L"ServiceInstall", 0}, {L"Name", 0}, {L"Component_", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kServiceTables[] = {
-    {L"ServiceInstall", kServiceColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kServiceConditions[] = {
-    kByComponent(L"ServiceInstall"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kServiceJoin = {kServiceTables, kServiceConditions};
-
-constexpr MsiJoinColumn kExtensionColumns[] = {{L"Extension", 0}, {L"Component_", 0}, {nullptr, 0}};
-constexpr MsiJoinColumn kVerbColumns[] = {{L"Verb", 0}, {nullptr, 0}};
-constexpr MsiJoinTable kVerbTables[] = {
-    {L"Extension", kExtensionColumns}, {L"Verb", kVerbColumns}, {L"Component", kComponentIdColumn}, {nullptr, nullptr}};
-constexpr MsiJoinCondition kVerbConditions[] = {{L"Extension", L"Extension", L"Verb", L"Extension_"},
-    kByComponent(L"Extension"), {nullptr, nullptr, nullptr, nullptr}};
-constexpr MsiJoin kVerbJoin = {kVerbTables, kVerbConditions};
-
-constexpr const wchar_t* kComponentColumns[] = {L"Component", L"ComponentId", L"Directory_", L"KeyPath", nullptr};
+constexpr const wchar_t* kFileColumns[] = {
+    L"File", L"Component_", L"FileName", L"FileSize", L"Version", L"Language", nullptr};
+constexpr const wchar_t* kRegistryColumns[] = {L"Registry", L"Root", L"Key", L"Name", L"Value", L"Component_", nullptr};
+constexpr const wchar_t* kShortcutColumns[] = {L"Shortcut", L"Directory_", L"Name", L"Component_", nullptr};
+constexpr const wchar_t* kIniFileColumns[] = {
+    L"IniFile", L"FileName", L"DirProperty", L"Section", L"Key", L"Value", L"Component_", nullptr};
+constexpr const wchar_t* kDataSourceColumns[] = {L"DataSource", L"Component_", nullptr};
+constexpr const wchar_t* kDriverColumns[] = {L"Driver", L"Component_", nullptr};
+constexpr const wchar_t* kServiceColumns[] = {L"ServiceInstall", L"Name", L"Component_", nullptr};
+constexpr const wchar_t* kExtensionColumns[] = {L"Extension", L"Component_", nullptr};
+constexpr const wchar_t* kVerbColumns[] = {L"Verb", L"Extension_", nullptr};
 constexpr const wchar_t* kModuleSignatureColumns[] = {L"ModuleID", L"Language", L"Version", nullptr};
 constexpr const wchar_t* kModuleComponentsColumns[] = {L"Component", L"ModuleID", L"Language", nullptr};
 
-// By RowSet.
-constexpr RowSetQuery kRowSets[] = {
-    {L"Component", kComponentColumns, nullptr, L"Directory_", nullptr, false},
-    {nullptr, nullptr, &kFileJoin, L"Directory_", L"FileName", false},
-    {nullptr, nullptr, &kRegistryJoin, nullptr, nullptr, true},
-    {nullptr, nullptr, &kShortcutJoin, L"Directory_", L"Name", false},
-    {nullptr, nullptr, &kIniFileJoin, L"DirProperty", L"FileName", false},
-    {nullptr, nullptr, &kDataSourceJoin, nullptr, nullptr, false},
-    {nullptr, nullptr, &kDriverJoin, nullptr, nullptr, false},
-    {nullptr, nullptr, &kServiceJoin, nullptr, nullptr, false},
-    {nullptr, nullptr, &kVerbJoin, nullptr, nullptr, false},
-    {L"ModuleSignature", kModuleSignatureColumns, nullptr, nullptr, nullptr, false},
-    {L"ModuleComponents", kModuleComponentsColumns, nullptr, nullptr, nullptr, false},
-};
-static_assert(std::size(kRowSets) == static_cast<size_t>(RowSet::Count));
+constexpr Expansion kVerbsOfExtension = {L"Verb", kVerbColumns, L"Extension_", L"Extension"};
 
-constexpr RowOrder kByComponentId = {L"by component", {L"ComponentId"}};
-constexpr RowOrder kByComponentAndName = {L"by component and file name", {L"ComponentId", L"FileName"}};
-constexpr RowOrder kByFile = {L"by file", {kFullPathDirColumn, L"FileName"}};
-constexpr RowOrder kByComponentFile = {L"by component file", {L"ComponentId", kFullPathDirColumn, L"FileName"}};
-constexpr RowOrder kByRegistryEntry = {L"by registry entry", {L"Root", L"Key", L"Name"}};
-constexpr RowOrder kByRootKey = {L"by registry path", {kRootKeyColumn, L"Name"}};
-constexpr RowOrder kByShortcut = {L"by shortcut", {kFullPathDirColumn, L"Name"}};
-constexpr RowOrder kByIniEntry = {L"by INI entry", {kFullPathDirColumn, L"FileName", L"Section", L"Key", L"Value"}};
-constexpr RowOrder kByDataSource = {L"by data source", {L"DataSource"}};
-constexpr RowOrder kByDriver = {L"by driver", {L"Driver"}};
-constexpr RowOrder kByService = {L"by service", {L"Name"}};
-constexpr RowOrder kByVerb = {L"by verb", {L"Extension", L"Verb"}};
-constexpr RowOrder kByModule = {L"by merge module", {L"ModuleID"}};
-constexpr RowOrder kByKeyPath = {L"by key path", {kFullPathDirColumn, L"KeyPath"}};
-
-struct ViewDefinition {
-    RowSet set;
-    const RowOrder* order;
+// By RowSet, each value in the order of the set's columns. Components come from the package's
+// component table, read once for every join.
+constexpr RowSetSource kRowSetSources[] = {
+    {L"Component", nullptr, {}},
+    {L"File", kFileColumns,
+        {kComponent, LongNameOf(L"FileName"), Cell(L"FileSize"), Cell(L"Version"), Cell(L"Language"), kComponentId,
+            kComponentFolder}},
+    {L"Registry", kRegistryColumns,
+        {Cell(L"Root"), Cell(L"Key"), Cell(L"Name"), Cell(L"Value"), kComponent, kComponentId, kRootKey}},
+    {L"Shortcut", kShortcutColumns, {LongNameOf(L"Name"), kComponent, kComponentId, FolderOf(L"Directory_")}},
+    {L"IniFile", kIniFileColumns,
+        {LongNameOf(L"FileName"), Cell(L"Section"), Cell(L"Key"), Cell(L"Value"), kComponent, kComponentId,
+            FolderOf(L"DirProperty")}},
+    {L"ODBCDataSource", kDataSourceColumns, {Cell(L"DataSource"), kComponent, kComponentId}},
+    {L"ODBCDriver", kDriverColumns, {Cell(L"Driver"), kComponent, kComponentId}},
+    {L"ServiceInstall", kServiceColumns, {Cell(L"Name"), kComponent, kComponentId}},
+    {L"Extension", kExtensionColumns, {Cell(L"Extension"), kComponent, SecondCell(L"Verb"), kComponentId},
+        &kVerbsOfExtension},
+    {L"ModuleSignature", kModuleSignatureColumns, {Cell(L"ModuleID"), Cell(L"Version")}},
+    {L"ModuleComponents", kModuleComponentsColumns, {Cell(L"Component"), Cell(L"ModuleID")}},
 };
+static_assert(std::size(kRowSetSources) == static_cast<size_t>(RowSet::Count));
+
+constexpr bool Equal(const wchar_t* a, const wchar_t* b)
+{
+    while (*a != L'\0' && *a == *b)
+        ++a, ++b;
+    return *a == *b;
+}
+
+constexpr bool Selects(const wchar_t* const* columns, const wchar_t* name)
+{
+    for (; columns != nullptr && *columns != nullptr; ++columns) {
+        if (Equal(*columns, name))
+            return true;
+    }
+    return false;
+}
+
+// Every value of every set comes from a column its select names, and the set has a value for
+// each of its columns and no more.
+constexpr bool SourcesReadTheirColumns()
+{
+    for (size_t set = 1; set < std::size(kRowSetSources); ++set) {
+        const RowSetSource& source = kRowSetSources[set];
+        for (size_t i = 0; i < kMaxColumns; ++i) {
+            const ValueSource& value = source.values[i];
+            const bool named = value.from == From::Cell || value.from == From::LongName || value.from == From::Folder ||
+                value.from == From::Expansion;
+            const wchar_t* const* columns = value.from == From::Expansion ? source.expansion->columns : source.columns;
+            if (i >= Width(static_cast<RowSet>(set))
+                    ? value.name != nullptr || value.from != From::Cell
+                    : named && (value.name == nullptr || !Selects(columns, value.name)))
+                return false;
+        }
+    }
+    return true;
+}
+static_assert(SourcesReadTheirColumns());
+
+constexpr bool Uses(const RowSetSource& source, From from)
+{
+    return std::any_of(
+        source.values.begin(), source.values.end(), [from](const ValueSource& value) { return value.from == from; });
+}
+
+constexpr RowOrder kByComponentId = {L"by component", {Column::ComponentId}};
+constexpr RowOrder kByComponentAndName = {L"by component and file name", {Column::ComponentId, Column::FileName}};
+constexpr RowOrder kByFile = {L"by file", {Column::FullPathDir, Column::FileName}};
+constexpr RowOrder kByComponentFile = {
+    L"by component file", {Column::ComponentId, Column::FullPathDir, Column::FileName}};
+constexpr RowOrder kByRegistryEntry = {L"by registry entry", {Column::Root, Column::Key, Column::Name}};
+constexpr RowOrder kByRootKey = {L"by registry path", {Column::RootKey, Column::Name}};
+constexpr RowOrder kByShortcut = {L"by shortcut", {Column::FullPathDir, Column::Name}};
+constexpr RowOrder kByIniEntry = {
+    L"by INI entry", {Column::FullPathDir, Column::FileName, Column::Section, Column::Key, Column::Value}};
+constexpr RowOrder kByDataSource = {L"by data source", {Column::DataSource}};
+constexpr RowOrder kByDriver = {L"by driver", {Column::Driver}};
+constexpr RowOrder kByService = {L"by service", {Column::Name}};
+constexpr RowOrder kByVerb = {L"by verb", {Column::Extension, Column::Verb}};
+constexpr RowOrder kByModule = {L"by merge module", {Column::ModuleId}};
+constexpr RowOrder kByKeyPath = {L"by key path", {Column::FullPathDir, Column::KeyPath}};
 
 // By View.
-constexpr ViewDefinition kViews[] = {
-    {RowSet::Components, &kByComponentId},
-    {RowSet::Components, &kByKeyPath},
-    {RowSet::Files, &kByComponentAndName},
-    {RowSet::Files, &kByFile},
-    {RowSet::Files, &kByComponentFile},
-    {RowSet::Registry, &kByRegistryEntry},
-    {RowSet::Registry, &kByRootKey},
-    {RowSet::Shortcuts, &kByShortcut},
-    {RowSet::IniFiles, &kByIniEntry},
-    {RowSet::IniFiles, &kByFile},
-    {RowSet::DataSources, &kByDataSource},
-    {RowSet::Drivers, &kByDriver},
-    {RowSet::Services, &kByService},
-    {RowSet::Verbs, &kByVerb},
-    {RowSet::ModuleSignatures, &kByModule},
+constexpr const RowOrder* kOrders[] = {
+    &kByComponentId,
+    &kByKeyPath,
+    &kByComponentAndName,
+    &kByFile,
+    &kByComponentFile,
+    &kByRegistryEntry,
+    &kByRootKey,
+    &kByShortcut,
+    &kByIniEntry,
+    &kByFile,
+    &kByDataSource,
+    &kByDriver,
+    &kByService,
+    &kByVerb,
+    &kByModule,
 };
-static_assert(std::size(kViews) == static_cast<size_t>(View::Count));
+static_assert(std::size(kOrders) == static_cast<size_t>(View::Count));
 
-// The root names of details; any other root shows its own number.
-struct RootName {
-    const wchar_t* root;
-    const wchar_t* name;
-};
-constexpr RootName kRootNames[] = {
-    {L"-1", L"HKMU"},
-    {L"0", L"HKEY_CLASSES_ROOT"},
-    {L"1", L"HKEY_CURRENT_USER"},
-    {L"2", L"HKEY_LOCAL_MACHINE"},
-    {L"3", L"HKEY_USERS"},
-};
+// Every key of every view is a column of the view's set.
+constexpr bool KeysAreColumns()
+{
+    for (size_t view = 0; view < std::size(kOrders); ++view) {
+        for (const Column key : kOrders[view]->keys) {
+            if (key != Column::None && !Has(kViewSets[view], key))
+                return false;
+        }
+    }
+    return true;
+}
+static_assert(KeysAreColumns());
+
+// The components as the rules read them, each with its folder's full path.
+void AddComponents(const ComponentTable& components, const PackageTables& directories, RowTable& rows)
+{
+    // The installer's query of the component rows names four columns: without one, no rows.
+    if (!components.Complete())
+        return;
+    rows.Reserve(components.Size());
+    for (size_t component = 0; component < components.Size(); ++component) {
+        const std::span<std::wstring> values = rows.Add();
+        values[Position(RowSet::Components, Column::Component)] = components.Key(component);
+        values[Position(RowSet::Components, Column::ComponentId)] = components.Id(component);
+        values[Position(RowSet::Components, Column::KeyPath)] = components.KeyPath(component);
+        values[Position(RowSet::Components, Column::FullPathDir)] =
+            directories.FullPathOf(components.Folder(component));
+    }
+}
+
+// The rows of the set's table, in table order or, joined with their components (and with the
+// rows of a second table), in the installer's order of that join.
+void AddRows(MSIHANDLE database, const RowSetSource& source, const ComponentTable& components,
+    const PackageTables& directories, RowTable& rows)
+{
+    const bool joined = Uses(source, From::ComponentId);
+    MsiTableView table(database);
+    if (!table.LoadTable(source.table, source.columns) ||
+        (joined && !components.Joins(Uses(source, From::ComponentFolder))))
+        return;
+    MsiTableView second(database);
+    if (source.expansion != nullptr && !second.LoadTable(source.expansion->table, source.expansion->columns))
+        return;
+    // Each value's column, found once for the whole table.
+    const size_t width = Width(rows.Set());
+    std::array<size_t, kMaxColumns> cells{};
+    for (size_t i = 0; i < width; ++i) {
+        const ValueSource& value = source.values[i];
+        const MsiTableView& from = value.from == From::Expansion ? second : table;
+        cells[i] = value.name != nullptr ? from.ColumnIndex(value.name) : MsiTableView::kNoColumn;
+    }
+    const size_t root = table.ColumnIndex(L"Root");
+    const size_t key = table.ColumnIndex(L"Key");
+
+    const auto add = [&](const JoinedRow& match) {
+        const std::span<std::wstring> values = rows.Add();
+        for (size_t i = 0; i < width; ++i) {
+            const std::wstring& cell = cells[i] == MsiTableView::kNoColumn ? values[i]
+                : source.values[i].from == From::Expansion                 ? second.Value(match.second, cells[i])
+                                                                           : table.Value(match.row, cells[i]);
+            switch (source.values[i].from) {
+            case From::Cell:
+            case From::Expansion: values[i] = cell; break;
+            case From::LongName: values[i] = LongName(cell); break;
+            case From::Folder: values[i] = directories.FullPathOf(cell); break;
+            case From::ComponentId: values[i] = components.Id(match.component); break;
+            case From::ComponentFolder: values[i] = directories.FullPathOf(components.Folder(match.component)); break;
+            case From::RootKey:
+                values[i] = RegistryPath(table.Value(match.row, root), table.Value(match.row, key));
+                break;
+            }
+        }
+    };
+    if (!joined) {
+        rows.Reserve(table.RowCount());
+        for (size_t row = 0; row < table.RowCount(); ++row)
+            add({0, 0, row});
+        return;
+    }
+    const size_t component = table.ColumnIndex(L"Component_");
+    const std::vector<JoinedRow> matches = source.expansion == nullptr
+        ? components.Join(table, component)
+        : components.Join(table, component, second, second.ColumnIndex(source.expansion->key),
+              table.ColumnIndex(source.expansion->by));
+    rows.Reserve(matches.size());
+    for (const JoinedRow& match : matches)
+        add(match);
+}
 
 } // namespace
 
@@ -169,16 +274,7 @@ int CompareKeys(const KeyedRow& a, const KeyedRow& b)
     return 0;
 }
 
-const RowOrder& OrderOf(View view) { return *kViews[static_cast<size_t>(view)].order; }
-
-std::wstring RegistryRootName(const std::wstring& root)
-{
-    for (const RootName& entry : kRootNames) {
-        if (root == entry.root)
-            return entry.name;
-    }
-    return root;
-}
+const RowOrder& OrderOf(View view) { return *kOrders[static_cast<size_t>(view)]; }
 
 RulePackage::RulePackage(const std::wstring& path) : RulePackage(path, path) { }
 
@@ -241,52 +337,38 @@ const PackageCodes& RulePackage::Codes()
     });
 }
 
-const std::vector<MsiRow>& RulePackage::Rows(RowSet set)
+const RowTable& RulePackage::Rows(RowSet set)
 {
-    return Get(rows_[static_cast<size_t>(set)], [this, set] { return Query(set); });
+    return Get(rows_[static_cast<size_t>(set)], [this, set] { return Read(set); });
 }
 
-std::vector<MsiRow> RulePackage::Query(RowSet set)
+RowTable RulePackage::Read(RowSet set)
 {
     Open();
+    RowTable rows(set);
     if (!database_)
-        return {};
-    const RowSetQuery& query = kRowSets[static_cast<size_t>(set)];
-    MsiTableView view(database_.Get());
-    if (query.join != nullptr)
-        view.LoadJoin(*query.join);
+        return rows;
+    // Read with the first row set: a package's name and codes do not need it.
+    if (!components_)
+        components_ = std::make_unique<ComponentTable>(database_.Get());
+    if (set == RowSet::Components)
+        AddComponents(*components_, *directories_, rows);
     else
-        view.LoadTable(query.table, query.columns);
-    std::vector<MsiRow> rows = std::move(view.Rows());
-    for (MsiRow& row : rows) {
-        if (query.directoryColumn != nullptr)
-            row[kFullPathDirColumn] = directories_->FullPathOf(ColumnValue(row, query.directoryColumn));
-        if (query.fileNameColumn != nullptr) {
-            std::wstring& name = row[query.fileNameColumn];
-            name = SplitShortLong(name).longName;
-        }
-        if (query.rootKey)
-            row[kRootKeyColumn] = RegistryRootName(ColumnValue(row, L"Root")) + L"\\" + ColumnValue(row, L"Key");
-    }
+        AddRows(database_.Get(), kRowSetSources[static_cast<size_t>(set)], *components_, *directories_, rows);
     return rows;
 }
 
 const std::vector<KeyedRow>& RulePackage::Sorted(View view)
 {
     return Get(views_[static_cast<size_t>(view)], [this, view] {
-        const ViewDefinition& definition = kViews[static_cast<size_t>(view)];
-        const std::vector<MsiRow>& rows = Rows(definition.set);
-        std::vector<std::wstring> columns;
-        for (const wchar_t* key : definition.order->keys) {
-            if (key != nullptr)
-                columns.emplace_back(key);
-        }
+        const RowOrder& order = OrderOf(view);
+        const RowTable& rows = Rows(SetOf(view));
         std::vector<KeyedRow> sorted;
-        sorted.reserve(rows.size());
-        for (const MsiRow& row : rows) {
-            KeyedRow keyed{&row, {}};
-            for (size_t i = 0; i < columns.size(); ++i)
-                keyed.key[i] = &ColumnValue(row, columns[i]);
+        sorted.reserve(rows.Size());
+        for (size_t i = 0; i < rows.Size(); ++i) {
+            KeyedRow keyed{rows[i], {}};
+            for (size_t k = 0; k < kMaxOrderKeys && order.keys[k] != Column::None; ++k)
+                keyed.key[k] = &keyed.row[order.keys[k]];
             sorted.push_back(keyed);
         }
         // Stable: rows of equal keys keep table order, so findings are the same on every run.

@@ -76,15 +76,19 @@ TEST(MergeModuleRules, EntriesThatAModuleSuppliesAreReportedUnlessBothInstallThe
 TEST(MergeModuleRules, ComponentsBelongToAModuleByListOrByTheSuffixMergingGivesThem)
 {
     const std::wstring module = L"Runtime.AAAA_1111";
-    const std::vector<MsiRow> listed = {{{L"Component", L"Listed"}, {L"ModuleID", module}}};
+    RowTable listed(RowSet::ModuleComponents);
+    const std::span<std::wstring> row = listed.Add();
+    row[Position(RowSet::ModuleComponents, Column::Component)] = L"Listed";
+    row[Position(RowSet::ModuleComponents, Column::ModuleId)] = module;
+    const RowTable none(RowSet::ModuleComponents);
     EXPECT_TRUE(IsModuleComponent(L"Listed", module, listed));
     EXPECT_FALSE(IsModuleComponent(L"Listed", L"Other.AAAA_1111", listed));
-    EXPECT_TRUE(IsModuleComponent(L"rt.AAAA_1111", module, {}));
+    EXPECT_TRUE(IsModuleComponent(L"rt.AAAA_1111", module, none));
     // The suffix needs its point and a name before it; case counts.
-    EXPECT_FALSE(IsModuleComponent(L"rtAAAA_1111", module, {}));
-    EXPECT_FALSE(IsModuleComponent(L".AAAA_1111", module, {}));
-    EXPECT_FALSE(IsModuleComponent(L"rt.aaaa_1111", module, {}));
-    EXPECT_FALSE(IsModuleComponent(L"rt.", L"NoPoint", {}));
+    EXPECT_FALSE(IsModuleComponent(L"rtAAAA_1111", module, none));
+    EXPECT_FALSE(IsModuleComponent(L".AAAA_1111", module, none));
+    EXPECT_FALSE(IsModuleComponent(L"rt.aaaa_1111", module, none));
+    EXPECT_FALSE(IsModuleComponent(L"rt.", L"NoPoint", none));
 }
 
 } // namespace
