@@ -4,6 +4,7 @@
 // buffer one larger. Readers of many values keep one buffer instead, and call twice only when
 // a value does not fit it.
 #include <string>
+#include <string_view>
 
 #include "core/Exception.h"
 #include "msicomp/MsiApi.h"
@@ -36,11 +37,12 @@ template <typename Getter> UINT ReadInstallerString(Getter&& get, std::wstring& 
 }
 
 // The same with `buffer`, kept by the caller from one read to the next, as the first call's
-// buffer: it grows to the longest value read and is never shrunk.
-template <typename Getter> UINT ReadInstallerString(Getter&& get, std::wstring& buffer, std::wstring& text)
+// buffer: it grows to the longest value read and is never shrunk. `text` is then a view of the
+// buffer, valid until the next read.
+template <typename Getter> UINT ReadInstallerString(Getter&& get, std::wstring& buffer, std::wstring_view& text)
 {
     constexpr size_t kInitialCapacity = 128;
-    text.clear();
+    text = {};
     if (buffer.size() < kInitialCapacity)
         buffer.resize(kInitialCapacity);
     auto capacity = static_cast<DWORD>(buffer.size());
@@ -56,7 +58,7 @@ template <typename Getter> UINT ReadInstallerString(Getter&& get, std::wstring& 
     // A length beyond the buffer is a broken contract, as above.
     if (capacity >= buffer.size())
         throw WindowsException(KW_HERE, kInvalidArgumentHresult);
-    text.assign(buffer.data(), capacity);
+    text = std::wstring_view(buffer.data(), capacity);
     return ERROR_SUCCESS;
 }
 

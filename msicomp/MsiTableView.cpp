@@ -20,6 +20,22 @@ std::wstring ReadColumnInfo(MSIHANDLE record, UINT field)
     return std::wstring(buffer, size);
 }
 
+constexpr size_t kDecimalCapacity = 12; // "-2147483648"
+
+// The decimal text of a number, written at the end of `digits`.
+std::wstring_view DecimalText(int value, wchar_t (&digits)[kDecimalCapacity])
+{
+    size_t first = kDecimalCapacity;
+    auto magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+    do {
+        digits[--first] = static_cast<wchar_t>(L'0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0)
+        digits[--first] = L'-';
+    return {digits + first, kDecimalCapacity - first};
+}
+
 } // namespace
 
 MsiTableView::MsiTableView(MSIHANDLE database) : database_(database) { }
@@ -46,6 +62,7 @@ void MsiTableView::Reset()
     columnNames_.clear();
     columnTypes_.clear();
     cells_.clear();
+    text_ = TextArena();
     streams_.clear();
     if (view_)
         MsiViewClose(view_.Get());
@@ -92,12 +109,13 @@ void MsiTableView::ReadColumns()
 
 void MsiTableView::ReadRows()
 {
+    wchar_t digits[kDecimalCapacity];
     MsiHandle record;
     // The previous record is closed before each fetch (Put), and the last one with its owner.
     while (MsiViewFetch(view_.Get(), record.Put()) == ERROR_SUCCESS) {
         for (size_t i = 0; i < columnNames_.size(); ++i) {
             const UINT field = static_cast<UINT>(i) + 1;
-            std::wstring& cell = cells_.emplace_back();
+            std::wstring_view& cell = cells_.emplace_back();
             // A column whose type could not be read is not read either.
             switch (i < columnTypes_.size() ? columnTypes_[i] : L'\0') {
             case L'g':
@@ -109,10 +127,11 @@ void MsiTableView::ReadRows()
                 ReadInstallerString([&](wchar_t* buffer,
                                         DWORD* size) { return MsiRecordGetStringW(record.Get(), field, buffer, size); },
                     buffer_, cell);
+                cell = text_.Keep(cell);
                 break;
             case L'i':
                 if (const int value = MsiRecordGetInteger(record.Get(), field); value != kMsiNullInteger)
-                    cell = std::to_wstring(value);
+                    cell = text_.Keep(DecimalText(value, digits));
                 break;
             case L'v': {
                 DWORD size = 0;

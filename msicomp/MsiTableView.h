@@ -9,6 +9,7 @@
 
 #include "msicomp/MsiDatabase.h"
 #include "msicomp/MsiQuery.h"
+#include "util/strings/TextArena.h"
 
 namespace kw {
 
@@ -35,10 +36,11 @@ public:
 
     size_t RowCount() const { return columnNames_.empty() ? 0 : cells_.size() / columnNames_.size(); }
     // Integers are decimal text, null integers and null strings empty text, binary cells
-    // "{Binary Data}"; a column of a type the program does not read is empty text.
-    const std::wstring& Value(size_t row, size_t column) const { return cells_[row * columnNames_.size() + column]; }
-    // For loaders that keep a cell: they may move it out.
-    std::wstring& Value(size_t row, size_t column) { return cells_[row * columnNames_.size() + column]; }
+    // "{Binary Data}"; a column of a type the program does not read is empty text. Valid as long
+    // as the view, or whoever took its text.
+    std::wstring_view Value(size_t row, size_t column) const { return cells_[row * columnNames_.size() + column]; }
+    // The text of the cells, for a holder that keeps views of them longer than the view lives.
+    TextArena TakeText() { return std::move(text_); }
 
     // The contents of the binary cells, in the order they were read.
     const std::vector<std::string>& Streams() const { return streams_; }
@@ -55,7 +57,8 @@ private:
     std::wstring name_;
     std::vector<std::wstring> columnNames_;
     std::vector<wchar_t> columnTypes_;
-    std::vector<std::wstring> cells_; // row after row, one cell per column
+    std::vector<std::wstring_view> cells_; // row after row, one cell per column, in text_
+    TextArena text_;
     std::vector<std::string> streams_;
     std::wstring buffer_; // reused by every string read of the query
     bool loaded_ = false;

@@ -120,7 +120,7 @@ std::vector<JoinedRow> ComponentTable::Join(
     return joined;
 }
 
-std::int64_t ParseFileSize(const std::wstring& text)
+std::int64_t ParseFileSize(std::wstring_view text)
 {
     // Saturates one past what an int can hold at either end, so any longer number is out of range.
     constexpr long long kBeyondInt = static_cast<long long>(INT_MAX) + 2;
@@ -153,7 +153,7 @@ PackageTables::PackageTables(MSIHANDLE handle, PackageLoadKind loadKind, bool ma
         LoadFiles();
 }
 
-const std::wstring& PackageTables::FullPathOf(const std::wstring& directoryId) const
+const std::wstring& PackageTables::FullPathOf(std::wstring_view directoryId) const
 {
     static const std::wstring kNone;
     const auto found = fullPathDir_.find(directoryId);
@@ -165,12 +165,13 @@ void PackageTables::LoadDirectories()
     MsiTableView view(handle_);
     view.LoadTable(L"Directory", kDirectoryColumns);
     for (size_t row = 0; row < view.RowCount(); ++row) {
-        std::wstring& id = view.Value(row, 0);
+        const std::wstring_view id = view.Value(row, 0);
         // The table's key is unique in a valid package; of two rows with one id the first counts.
         if (directories_.contains(id))
             continue;
-        DirectoryNode node{id, std::move(view.Value(row, 1)), std::move(view.Value(row, 2)), nullptr};
-        directories_.emplace(std::move(id), std::move(node));
+        directories_.emplace(id,
+            DirectoryNode{
+                std::wstring(id), std::wstring(view.Value(row, 1)), std::wstring(view.Value(row, 2)), nullptr});
     }
     // Parent links only once every node is stored: a parent may come after its child.
     for (auto& [id, node] : directories_) {
@@ -189,12 +190,12 @@ void PackageTables::LoadFiles()
     if (!components.Joins(true))
         return;
     for (const JoinedRow& joined : components.Join(files, 1)) {
-        const std::wstring& fileName = files.Value(joined.row, 2);
+        const std::wstring_view fileName = files.Value(joined.row, 2);
         std::wstring fullPath = FilePath(FullPathOf(components.Folder(joined.component)), LongName(fileName));
         const std::int64_t size = ParseFileSize(files.Value(joined.row, 3));
         // Of two rows with the same full path the first is kept.
         if (!files_.contains(fullPath))
-            files_.try_emplace(fullPath, FileEntry{fileName, fullPath, size});
+            files_.try_emplace(fullPath, FileEntry{std::wstring(fileName), fullPath, size});
     }
 }
 
@@ -204,8 +205,8 @@ void PackageTables::LoadRegistry()
     view.LoadTable(L"Registry", kRegistryColumns);
     registry_.reserve(view.RowCount());
     for (size_t row = 0; row < view.RowCount(); ++row)
-        registry_.push_back(RegistryEntry{std::move(view.Value(row, 0)), std::move(view.Value(row, 1)),
-            std::move(view.Value(row, 2)), std::move(view.Value(row, 3))});
+        registry_.push_back(RegistryEntry{std::wstring(view.Value(row, 0)), std::wstring(view.Value(row, 1)),
+            std::wstring(view.Value(row, 2)), std::wstring(view.Value(row, 3))});
 }
 
 } // namespace kw

@@ -16,6 +16,12 @@
 
 namespace kw {
 
+// Hashes text of any form alike, so that maps keyed by strings are searched with views.
+struct TextHash {
+    using is_transparent = void;
+    size_t operator()(std::wstring_view text) const { return std::hash<std::wstring_view>()(text); }
+};
+
 // The long name of a stored file name: the part after "|", or the whole text without one.
 std::wstring_view LongName(std::wstring_view fileName);
 
@@ -76,10 +82,10 @@ public:
     bool Complete() const;
 
     size_t Size() const { return view_.RowCount(); }
-    const std::wstring& Key(size_t row) const { return view_.Value(row, key_); }
-    const std::wstring& Id(size_t row) const { return view_.Value(row, id_); }
-    const std::wstring& Folder(size_t row) const { return view_.Value(row, folder_); }
-    const std::wstring& KeyPath(size_t row) const { return view_.Value(row, keyPath_); }
+    std::wstring_view Key(size_t row) const { return view_.Value(row, key_); }
+    std::wstring_view Id(size_t row) const { return view_.Value(row, id_); }
+    std::wstring_view Folder(size_t row) const { return view_.Value(row, folder_); }
+    std::wstring_view KeyPath(size_t row) const { return view_.Value(row, keyPath_); }
 
     // The rows of `table` whose `componentColumn` names a component, each with its component
     // (every one, should a key be repeated).
@@ -117,20 +123,26 @@ enum PackageLoadKind : int {
 
 // FileSize as a base-10 integer, as the standard conversion reads it. Throws the standard
 // library's own errors, uncaught on purpose: FileSize is a required integer column.
-std::int64_t ParseFileSize(const std::wstring& text);
+std::int64_t ParseFileSize(std::wstring_view text);
 
 class PackageTables {
 public:
     // Loads at once; `mapTargetDirToAppDir` roots paths under TARGETDIR at APPDIR.
     PackageTables(MSIHANDLE handle, PackageLoadKind loadKind, bool mapTargetDirToAppDir);
 
-    const std::unordered_map<std::wstring, DirectoryNode>& Directories() const { return directories_; }
-    const std::unordered_map<std::wstring, std::wstring>& FullPathDir() const { return fullPathDir_; }
+    const std::unordered_map<std::wstring, DirectoryNode, TextHash, std::equal_to<>>& Directories() const
+    {
+        return directories_;
+    }
+    const std::unordered_map<std::wstring, std::wstring, TextHash, std::equal_to<>>& FullPathDir() const
+    {
+        return fullPathDir_;
+    }
     const std::unordered_map<std::wstring, FileEntry>& Files() const { return files_; }
     const std::vector<RegistryEntry>& Registry() const { return registry_; }
 
     // The full path of a directory id; empty text for an id that names no directory.
-    const std::wstring& FullPathOf(const std::wstring& directoryId) const;
+    const std::wstring& FullPathOf(std::wstring_view directoryId) const;
 
     PackageTables(const PackageTables&) = delete;
     PackageTables& operator=(const PackageTables&) = delete;
@@ -142,8 +154,8 @@ private:
 
     MSIHANDLE handle_;
     bool mapTargetDirToAppDir_;
-    std::unordered_map<std::wstring, DirectoryNode> directories_;
-    std::unordered_map<std::wstring, std::wstring> fullPathDir_;
+    std::unordered_map<std::wstring, DirectoryNode, TextHash, std::equal_to<>> directories_;
+    std::unordered_map<std::wstring, std::wstring, TextHash, std::equal_to<>> fullPathDir_;
     std::unordered_map<std::wstring, FileEntry> files_;
     std::vector<RegistryEntry> registry_;
 };

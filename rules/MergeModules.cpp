@@ -87,7 +87,7 @@ const MergeModule* MergeModules::SupplyingRegistry(const std::wstring& rootKey, 
     return nullptr;
 }
 
-bool IsModuleComponent(const std::wstring& component, const std::wstring& moduleId, const RowTable& moduleComponents)
+bool IsModuleComponent(std::wstring_view component, const std::wstring& moduleId, const RowTable& moduleComponents)
 {
     for (size_t i = 0; i < moduleComponents.Size(); ++i) {
         const Row row = moduleComponents[i];

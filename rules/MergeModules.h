@@ -42,6 +42,6 @@ private:
 // Whether a package's component came from the module: the package's ModuleComponents lists
 // it under the module's id, or its name ends with "." and the module id's part after its
 // first ".", as merging names the components it adds.
-bool IsModuleComponent(const std::wstring& component, const std::wstring& moduleId, const RowTable& moduleComponents);
+bool IsModuleComponent(std::wstring_view component, const std::wstring& moduleId, const RowTable& moduleComponents);
 
 } // namespace kw

@@ -59,7 +59,7 @@ std::vector<FindingValue> Values(const KeyedRow& row, const ColumnFields& fields
     std::vector<FindingValue> values;
     for (const ColumnField& field : fields) {
         if (field.column != Column::None)
-            values.push_back({field.field, row.row[field.column]});
+            values.push_back({field.field, std::wstring(row.row[field.column])});
     }
     return values;
 }
@@ -293,10 +293,11 @@ FindingList ComponentFiles(PackagePair& pair)
     const std::vector<KeyedRow>& filesA = pair.UnderTest().Sorted(View::FilesByComponentAndName);
     const std::vector<KeyedRow>& filesB = pair.Repository().Sorted(View::FilesByComponentAndName);
     const auto report = [&](const KeyedRow& file, RulePackage& having, RulePackage& lacking) {
-        findings.Add({{FindingField::ComponentId, *file.key[0]}, {FindingField::FileName, *file.key[1]}},
-            Side(having, {{FindingField::Component, file.row[Column::Component]}}), Side(lacking));
+        findings.Add({{FindingField::ComponentId, std::wstring(*file.key[0])},
+                         {FindingField::FileName, std::wstring(*file.key[1])}},
+            Side(having, {{FindingField::Component, std::wstring(file.row[Column::Component])}}), Side(lacking));
     };
-    const std::wstring* previous = nullptr;
+    const std::wstring_view* previous = nullptr;
     for (const KeyedRow& component : pair.Common(View::ComponentsById, View::ComponentsById)) {
         if (previous != nullptr && *previous == *component.key[0])
             continue;
@@ -358,8 +359,8 @@ FindingList ModuleSuppliedEntries(PackagePair& pair)
                            const MergeModule* module) {
         if (module == nullptr)
             return;
-        const std::wstring& componentA = a.row[Column::Component];
-        const std::wstring& componentB = b.row[Column::Component];
+        const std::wstring_view componentA = a.row[Column::Component];
+        const std::wstring_view componentB = b.row[Column::Component];
         if (IsModuleComponent(componentA, module->moduleId, moduleComponentsA) &&
             IsModuleComponent(componentB, module->moduleId, moduleComponentsB))
             return;
@@ -367,17 +368,18 @@ FindingList ModuleSuppliedEntries(PackagePair& pair)
             {{FindingField::Table, table}, {FindingField::Entry, entry},
                 {FindingField::MergeModule, module->info.subject}, {FindingField::ModuleVersion, module->info.version},
                 {FindingField::ModulePath, module->info.path}},
-            Side(pair.UnderTest(), {{FindingField::Component, componentA}}),
-            Side(pair.Repository(), {{FindingField::Component, componentB}}));
+            Side(pair.UnderTest(), {{FindingField::Component, std::wstring(componentA)}}),
+            Side(pair.Repository(), {{FindingField::Component, std::wstring(componentB)}}));
     };
     for (const KeyedRow& a : pair.Common(View::FilesByFolderAndName, View::FilesByFolderAndName)) {
         const std::wstring path = FilePath(*a.key[0], *a.key[1]);
         check(L"File", a, pair.FirstMatch(View::FilesByFolderAndName, a), path, modules.SupplyingFile(path));
     }
     for (const KeyedRow& a : pair.Common(View::RegistryByRootKey, View::RegistryByRootKey)) {
-        const std::wstring entry = *a.key[0] + L" [" + *a.key[1] + L"]";
-        check(L"Registry", a, pair.FirstMatch(View::RegistryByRootKey, a), entry,
-            modules.SupplyingRegistry(*a.key[0], *a.key[1]));
+        const std::wstring rootKey(*a.key[0]);
+        const std::wstring name(*a.key[1]);
+        check(L"Registry", a, pair.FirstMatch(View::RegistryByRootKey, a), rootKey + L" [" + name + L"]",
+            modules.SupplyingRegistry(rootKey, name));
     }
     return findings.Take();
 }

@@ -195,7 +195,7 @@ void AddComponents(const ComponentTable& components, const PackageTables& direct
         return;
     rows.Reserve(components.Size());
     for (size_t component = 0; component < components.Size(); ++component) {
-        const std::span<std::wstring> values = rows.Add();
+        const std::span<std::wstring_view> values = rows.Add();
         values[Position(RowSet::Components, Column::Component)] = components.Key(component);
         values[Position(RowSet::Components, Column::ComponentId)] = components.Id(component);
         values[Position(RowSet::Components, Column::KeyPath)] = components.KeyPath(component);
@@ -229,11 +229,11 @@ void AddRows(MSIHANDLE database, const RowSetSource& source, const ComponentTabl
     const size_t key = table.ColumnIndex(L"Key");
 
     const auto add = [&](const JoinedRow& match) {
-        const std::span<std::wstring> values = rows.Add();
+        const std::span<std::wstring_view> values = rows.Add();
         for (size_t i = 0; i < width; ++i) {
-            const std::wstring& cell = cells[i] == MsiTableView::kNoColumn ? values[i]
-                : source.values[i].from == From::Expansion                 ? second.Value(match.second, cells[i])
-                                                                           : table.Value(match.row, cells[i]);
+            const std::wstring_view cell = cells[i] == MsiTableView::kNoColumn ? std::wstring_view()
+                : source.values[i].from == From::Expansion                     ? second.Value(match.second, cells[i])
+                                                                               : table.Value(match.row, cells[i]);
             switch (source.values[i].from) {
             case From::Cell:
             case From::Expansion: values[i] = cell; break;
@@ -242,7 +242,7 @@ void AddRows(MSIHANDLE database, const RowSetSource& source, const ComponentTabl
             case From::ComponentId: values[i] = components.Id(match.component); break;
             case From::ComponentFolder: values[i] = directories.FullPathOf(components.Folder(match.component)); break;
             case From::RootKey:
-                values[i] = RegistryPath(table.Value(match.row, root), table.Value(match.row, key));
+                values[i] = rows.Keep(RegistryPath(table.Value(match.row, root), table.Value(match.row, key)));
                 break;
             }
         }
@@ -251,6 +251,7 @@ void AddRows(MSIHANDLE database, const RowSetSource& source, const ComponentTabl
         rows.Reserve(table.RowCount());
         for (size_t row = 0; row < table.RowCount(); ++row)
             add({0, 0, row});
+        rows.Keep(table.TakeText());
         return;
     }
     const size_t component = table.ColumnIndex(L"Component_");
@@ -261,6 +262,8 @@ void AddRows(MSIHANDLE database, const RowSetSource& source, const ComponentTabl
     rows.Reserve(matches.size());
     for (const JoinedRow& match : matches)
         add(match);
+    rows.Keep(table.TakeText());
+    rows.Keep(second.TakeText());
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include "msicomp/MsiHandle.h"
 #include "msicomp/PackageTables.h"
 #include "rules/ConflictFinding.h"
+#include "util/strings/TextArena.h"
 
 namespace kw {
 
@@ -118,22 +119,24 @@ constexpr bool Has(RowSet set, Column column) { return column != Column::None &&
 class Row {
 public:
     Row() = default;
-    Row(RowSet set, const std::wstring* values) : values_(values), set_(set) { }
+    Row(RowSet set, const std::wstring_view* values) : values_(values), set_(set) { }
 
     RowSet Set() const { return set_; }
     // The row's value of a column its set has.
-    const std::wstring& operator[](Column column) const
+    const std::wstring_view& operator[](Column column) const
     {
         assert(Has(set_, column));
         return values_[Position(set_, column)];
     }
 
 private:
-    const std::wstring* values_ = nullptr;
+    const std::wstring_view* values_ = nullptr;
     RowSet set_ = RowSet::Components;
 };
 
-// The rows of one set, in the installer's order, their values one after the other.
+// The rows of one set, in the installer's order, their values one after the other. Values are
+// views of text that the table keeps (the cells of the tables it was read from, and what was
+// derived from them) or that its package keeps (components, folder paths).
 class RowTable {
 public:
     explicit RowTable(RowSet set = RowSet::Components) : set_(set) { }
@@ -143,16 +146,23 @@ public:
     Row operator[](size_t row) const { return Row(set_, values_.data() + row * Width(set_)); }
 
     // A new row, its values empty, to be filled by column.
-    std::span<std::wstring> Add()
+    std::span<std::wstring_view> Add()
     {
         values_.resize(values_.size() + Width(set_));
         return {values_.data() + values_.size() - Width(set_), Width(set_)};
     }
     void Reserve(size_t rows) { values_.reserve(rows * Width(set_)); }
 
+    // Keeps text that values view.
+    void Keep(TextArena text) { texts_.push_back(std::move(text)); }
+    // A copy of derived text, kept by the table.
+    std::wstring_view Keep(std::wstring_view text) { return derived_.Keep(text); }
+
 private:
     RowSet set_;
-    std::vector<std::wstring> values_;
+    std::vector<std::wstring_view> values_;
+    std::vector<TextArena> texts_;
+    TextArena derived_;
 };
 
 // A strict weak order on rows: by these columns, most significant first, each compared as
@@ -166,7 +176,7 @@ struct RowOrder {
 // A row with pointers to its key values under one order.
 struct KeyedRow {
     Row row;
-    std::array<const std::wstring*, kMaxOrderKeys> key;
+    std::array<const std::wstring_view*, kMaxOrderKeys> key;
 };
 
 // Negative, zero or positive, by the key values.

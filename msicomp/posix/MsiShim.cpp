@@ -171,7 +171,6 @@ std::vector<Field> FetchedFields(LibmsiRecord* source, const std::vector<FieldKi
     // msi.dll puts 1 in the format field of every record that it fetches.
     fields[0].kind = FieldKind::Integer;
     fields[0].integer = 1;
-    fields[0].text = L"1";
     for (guint column = 1; column <= count; ++column) {
         if (libmsi_record_is_null(source, column))
             continue;
@@ -179,7 +178,6 @@ std::vector<Field> FetchedFields(LibmsiRecord* source, const std::vector<FieldKi
         field.kind = column <= columns.size() ? columns[column - 1] : FieldKind::String;
         if (field.kind == FieldKind::Integer) {
             field.integer = libmsi_record_get_int(source, column);
-            field.text = std::to_wstring(field.integer);
         } else if (field.kind == FieldKind::String) {
             field.text = Text(GText(libmsi_record_get_string(source, column)).Get());
         }
@@ -374,8 +372,11 @@ UINT MsiRecordGetStringW(MSIHANDLE record, UINT field, LPWSTR buffer, DWORD* siz
     const Copy how = value.kind == FieldKind::Integer ? Copy::Terminated
         : value.kind == FieldKind::Stream             ? Copy::Nothing
                                                       : Copy::UpToCapacity;
-    CopyText(value.text, how, buffer, *size);
-    const auto length = static_cast<DWORD>(value.text.size());
+    // A number's text is made when it is asked for: most numbers are read as numbers.
+    const std::wstring number = value.kind == FieldKind::Integer ? std::to_wstring(value.integer) : std::wstring();
+    const std::wstring_view text = value.kind == FieldKind::Integer ? std::wstring_view(number) : value.text;
+    CopyText(text, how, buffer, *size);
+    const auto length = static_cast<DWORD>(text.size());
     // Without a buffer the call only tells the length; with one, it must hold a terminator too.
     const UINT result = buffer != nullptr && *size <= length ? ERROR_MORE_DATA : ERROR_SUCCESS;
     *size = length;

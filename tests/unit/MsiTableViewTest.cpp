@@ -11,7 +11,7 @@ std::vector<std::vector<std::wstring>> Cells(const MsiTableView& view)
     std::vector<std::vector<std::wstring>> rows(view.RowCount());
     for (size_t row = 0; row < rows.size(); ++row) {
         for (size_t column = 0; column < view.ColumnNames().size(); ++column)
-            rows[row].push_back(view.Value(row, column));
+            rows[row].emplace_back(view.Value(row, column));
     }
     return rows;
 }

@@ -95,7 +95,7 @@ std::vector<std::wstring> Joined(const std::vector<JoinedRow>& rows, const MsiTa
             const bool ofSecond = column.starts_with(L"second.");
             const MsiTableView& from = ofSecond ? *second : table;
             const size_t index = from.ColumnIndex(column.substr(column.find(L'.') + 1));
-            line += (line.empty() ? L"" : L" ") + from.Value(ofSecond ? row.second : row.row, index);
+            line.append(line.empty() ? L"" : L" ").append(from.Value(ofSecond ? row.second : row.row, index));
         }
         cells.push_back(line);
     }
@@ -110,7 +110,7 @@ std::vector<std::wstring> InstallerJoin(MSIHANDLE database, const MsiJoin& join)
     for (size_t row = 0; row < view.RowCount(); ++row) {
         std::wstring line;
         for (size_t column = 0; column < view.ColumnNames().size(); ++column)
-            line += (column == 0 ? L"" : L" ") + view.Value(row, column);
+            line.append(column == 0 ? L"" : L" ").append(view.Value(row, column));
         cells.push_back(line);
     }
     return cells;

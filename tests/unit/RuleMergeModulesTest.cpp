@@ -77,7 +77,7 @@ TEST(MergeModuleRules, ComponentsBelongToAModuleByListOrByTheSuffixMergingGivesT
 {
     const std::wstring module = L"Runtime.AAAA_1111";
     RowTable listed(RowSet::ModuleComponents);
-    const std::span<std::wstring> row = listed.Add();
+    const std::span<std::wstring_view> row = listed.Add();
     row[Position(RowSet::ModuleComponents, Column::Component)] = L"Listed";
     row[Position(RowSet::ModuleComponents, Column::ModuleId)] = module;
     const RowTable none(RowSet::ModuleComponents);

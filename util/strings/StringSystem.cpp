@@ -144,6 +144,13 @@ int CompareOrdinal(std::wstring_view a, std::wstring_view b)
     size_t i = 0;
     while (i < common && a[i] == b[i])
         ++i;
+    if (i == common)
+        return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
+    // Below the surrogates a character is its own unit: the first difference decides.
+    const auto charA = static_cast<char32_t>(a[i]);
+    const auto charB = static_cast<char32_t>(b[i]);
+    if (charA < 0xD800 && charB < 0xD800)
+        return charA < charB ? -1 : 1;
     Utf16Units left(a.substr(i));
     Utf16Units right(b.substr(i));
     for (;;) {
