@@ -1,6 +1,7 @@
 #include "rules/RulePackage.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "msicomp/MsiDatabase.h"
 #include "msicomp/MsiQuery.h"
@@ -307,15 +308,34 @@ void RulePackage::Open()
     if (OpenPackage(path_, database_) != 0)
         database_.Reset();
     directories_ = std::make_unique<PackageTables>(database_.Get(), kLoadDirectories, false);
+    ReadProperties();
+}
+
+void RulePackage::ReadProperties()
+{
+    // One read of the table instead of a lookup by name for each: the first row of a name is
+    // the one a lookup finds.
+    constexpr const wchar_t* kColumns[] = {L"Property", L"Value", nullptr};
+    MsiTableView table(database_.Get());
+    table.LoadTable(L"Property", kColumns);
+    bool hasName = false;
+    for (size_t row = 0; row < table.RowCount(); ++row) {
+        const std::wstring_view property = table.Value(row, 0);
+        const std::wstring_view value = table.Value(row, 1);
+        if (property == L"ProductName" && !std::exchange(hasName, true))
+            productName_ = value;
+        else if (property == L"ProductCode" && !std::exchange(properties_.hasProductCode, true))
+            properties_.productCode = value;
+        else if (property == L"UpgradeCode" && !std::exchange(properties_.hasUpgradeCode, true))
+            properties_.upgradeCode = value;
+    }
 }
 
 const std::wstring& RulePackage::Name()
 {
     return Get(name_, [this] {
         Open();
-        std::wstring name;
-        GetPropertyValue(database_.Get(), L"ProductName", name);
-        return name;
+        return productName_;
     });
 }
 
@@ -330,12 +350,9 @@ const PackageCodes& RulePackage::Codes()
 {
     return Get(codes_, [this] {
         Open();
-        PackageCodes codes;
-        if (database_) {
+        PackageCodes codes = properties_;
+        if (database_)
             codes.packageCode = GetPackageCode(database_.Get());
-            codes.hasProductCode = GetPropertyValue(database_.Get(), L"ProductCode", codes.productCode);
-            codes.hasUpgradeCode = GetPropertyValue(database_.Get(), L"UpgradeCode", codes.upgradeCode);
-        }
         return codes;
     });
 }

@@ -269,6 +269,7 @@ private:
 
     // The database and the folders' full paths, on first use; call with the lock held.
     void Open();
+    void ReadProperties();
     RowTable Read(RowSet set);
 
     std::wstring path_;
@@ -278,6 +279,8 @@ private:
     MsiHandle database_;
     std::unique_ptr<PackageTables> directories_; // the full paths of its folders
     std::unique_ptr<ComponentTable> components_; // read with the first row set
+    std::wstring productName_; // read on opening, with the codes' properties
+    PackageCodes properties_;
     Slot<std::wstring> name_;
     Slot<std::shared_ptr<const PackageIdentity>> identity_;
     Slot<PackageCodes> codes_;

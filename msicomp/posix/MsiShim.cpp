@@ -35,7 +35,8 @@ enum class FieldKind { Null, Integer, String, Stream };
 struct Field {
     FieldKind kind = FieldKind::Null;
     int integer = 0;
-    std::wstring text;
+    std::size_t offset = 0; // of a string's text in its record's text
+    std::size_t length = 0;
     // A stream's bytes are read from libmsi at their first use; reads go on from `position`.
     std::optional<std::string> bytes;
     std::size_t position = 0;
@@ -66,15 +67,43 @@ public:
 class Record final : public HandleObject {
 public:
     static constexpr HandleKind kKind = HandleKind::Record;
-    Record(GObjectPtr<LibmsiRecord> from, std::vector<Field> values)
-        : HandleObject(kKind), source(std::move(from)), fields(std::move(values))
-    {
-    }
+    explicit Record(GObjectPtr<LibmsiRecord> from) : HandleObject(kKind), source(std::move(from)) { }
 
     // Kept for the streams, which are read only when asked for, and as a parameter record.
     const GObjectPtr<LibmsiRecord> source;
     // Field 0 is the format field; 1.. the columns.
     std::vector<Field> fields;
+    // The wide text of every string field, one after the other: one allocation a record.
+    std::wstring text;
+
+    std::wstring_view Text(const Field& field) const
+    {
+        return std::wstring_view(text).substr(field.offset, field.length);
+    }
+
+    // Reads the fields of `source` by their columns' kinds (every one as text when there are
+    // none). Each is read from libmsi by its column's kind: libmsi complains (and answers
+    // nothing useful) when a string is read from a stream or a number from a string.
+    void Read(const std::vector<FieldKind>* columns)
+    {
+        const guint count = libmsi_record_get_field_count(source.Get());
+        fields.resize(count + 1);
+        for (guint column = 1; column <= count; ++column) {
+            if (libmsi_record_is_null(source.Get(), column))
+                continue;
+            Field& field = fields[column];
+            field.kind = columns == nullptr || column > columns->size() ? FieldKind::String : (*columns)[column - 1];
+            if (field.kind == FieldKind::Integer) {
+                field.integer = libmsi_record_get_int(source.Get(), column);
+            } else if (field.kind == FieldKind::String) {
+                field.offset = text.size();
+                const GText utf8(libmsi_record_get_string(source.Get(), column));
+                if (utf8)
+                    AppendFromUtf8(text, utf8.Get());
+                field.length = text.size() - field.offset;
+            }
+        }
+    }
 };
 
 class SummaryInformation final : public HandleObject {
@@ -99,8 +128,6 @@ UINT AddHandle(const std::shared_ptr<HandleObject>& object, MSIHANDLE* handle)
     *handle = added;
     return ERROR_SUCCESS;
 }
-
-std::wstring Text(const gchar* text) { return text != nullptr ? FromUtf8(text) : std::wstring(); }
 
 UINT OpenReadOnly(LPCWSTR path, GObjectPtr<LibmsiDatabase>& database)
 {
@@ -159,44 +186,6 @@ std::wstring SummaryText(LibmsiSummaryInfo* information, const gchar* bytes)
     const std::string charset = "CP" + std::to_string(codePage > 0 ? codePage : 1252);
     const GText converted(g_convert(bytes, -1, "UTF-8", charset.c_str(), nullptr, nullptr, error.Put()));
     return FromUtf8(converted ? converted.Get() : bytes);
-}
-
-// A record as fetched from a view. Each field is read from libmsi by its column's kind: libmsi
-// complains (and answers nothing useful) when a string is read from a stream or a number from
-// a string.
-std::vector<Field> FetchedFields(LibmsiRecord* source, const std::vector<FieldKind>& columns)
-{
-    const guint count = libmsi_record_get_field_count(source);
-    std::vector<Field> fields(count + 1);
-    // msi.dll puts 1 in the format field of every record that it fetches.
-    fields[0].kind = FieldKind::Integer;
-    fields[0].integer = 1;
-    for (guint column = 1; column <= count; ++column) {
-        if (libmsi_record_is_null(source, column))
-            continue;
-        Field& field = fields[column];
-        field.kind = column <= columns.size() ? columns[column - 1] : FieldKind::String;
-        if (field.kind == FieldKind::Integer) {
-            field.integer = libmsi_record_get_int(source, column);
-        } else if (field.kind == FieldKind::String) {
-            field.text = Text(GText(libmsi_record_get_string(source, column)).Get());
-        }
-    }
-    return fields;
-}
-
-// Column names or types: every field is text.
-std::vector<Field> TextFields(LibmsiRecord* source)
-{
-    const guint count = libmsi_record_get_field_count(source);
-    std::vector<Field> fields(count + 1);
-    for (guint column = 1; column <= count; ++column) {
-        if (libmsi_record_is_null(source, column))
-            continue;
-        fields[column].kind = FieldKind::String;
-        fields[column].text = Text(GText(libmsi_record_get_string(source, column)).Get());
-    }
-    return fields;
 }
 
 bool ReadWholeStream(LibmsiRecord* source, guint column, std::string& bytes)
@@ -318,8 +307,12 @@ UINT MsiViewFetch(MSIHANDLE view, MSIHANDLE* record)
     }
     if (!found->columns)
         found->columns = ColumnKinds(found->query.Get());
-    std::vector<Field> fields = FetchedFields(fetched.Get(), *found->columns);
-    return AddHandle(std::make_shared<Record>(std::move(fetched), std::move(fields)), record);
+    auto read = std::make_shared<Record>(std::move(fetched));
+    read->Read(&*found->columns);
+    // msi.dll puts 1 in the format field of every record that it fetches.
+    read->fields[0].kind = FieldKind::Integer;
+    read->fields[0].integer = 1;
+    return AddHandle(read, record);
 }
 
 UINT MsiViewClose(MSIHANDLE view)
@@ -345,8 +338,9 @@ UINT MsiViewGetColumnInfo(MSIHANDLE view, MSICOLINFO kind, MSIHANDLE* record)
     GObjectPtr<LibmsiRecord> columns(libmsi_query_get_column_info(found->query.Get(), info, error.Put()));
     if (!columns)
         return ToInstallerError(error.Get(), ERROR_FUNCTION_FAILED);
-    std::vector<Field> fields = TextFields(columns.Get());
-    return AddHandle(std::make_shared<Record>(std::move(columns), std::move(fields)), record);
+    auto read = std::make_shared<Record>(std::move(columns));
+    read->Read(nullptr);
+    return AddHandle(read, record);
 }
 
 UINT MsiRecordGetFieldCount(MSIHANDLE record)
@@ -374,7 +368,7 @@ UINT MsiRecordGetStringW(MSIHANDLE record, UINT field, LPWSTR buffer, DWORD* siz
                                                       : Copy::UpToCapacity;
     // A number's text is made when it is asked for: most numbers are read as numbers.
     const std::wstring number = value.kind == FieldKind::Integer ? std::to_wstring(value.integer) : std::wstring();
-    const std::wstring_view text = value.kind == FieldKind::Integer ? std::wstring_view(number) : value.text;
+    const std::wstring_view text = value.kind == FieldKind::Integer ? std::wstring_view(number) : found->Text(value);
     CopyText(text, how, buffer, *size);
     const auto length = static_cast<DWORD>(text.size());
     // Without a buffer the call only tells the length; with one, it must hold a terminator too.
@@ -391,7 +385,7 @@ int MsiRecordGetInteger(MSIHANDLE record, UINT field)
     const Field& value = found->fields[field];
     switch (value.kind) {
     case FieldKind::Integer: return value.integer;
-    case FieldKind::String: return TextToInteger(value.text);
+    case FieldKind::String: return TextToInteger(found->Text(value));
     case FieldKind::Null:
     case FieldKind::Stream: break;
     }

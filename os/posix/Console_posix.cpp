@@ -57,14 +57,13 @@ bool WriteAll(int fd, const std::string& bytes)
 std::string ToPlatformText(std::wstring_view text)
 {
     std::string bytes = ToUtf8(text);
-    std::string out;
-    out.reserve(bytes.size());
+    size_t kept = 0;
     for (size_t i = 0; i < bytes.size(); ++i) {
-        if (bytes[i] == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n')
-            continue;
-        out += bytes[i];
+        if (bytes[i] != '\r' || i + 1 == bytes.size() || bytes[i + 1] != '\n')
+            bytes[kept++] = bytes[i];
     }
-    return out;
+    bytes.resize(kept);
+    return bytes;
 }
 
 bool WriteOutput(const std::string& bytes)

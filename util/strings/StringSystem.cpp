@@ -70,12 +70,23 @@ std::string ToUtf8(std::wstring_view text)
 
 std::wstring FromUtf8(std::string_view text)
 {
-    static constexpr char32_t kMinimum[] = {0, 0x80, 0x800, 0x10000};
     std::wstring out;
-    out.reserve(text.size());
+    AppendFromUtf8(out, text);
+    return out;
+}
+
+void AppendFromUtf8(std::wstring& out, std::string_view text)
+{
+    static constexpr char32_t kMinimum[] = {0, 0x80, 0x800, 0x10000};
+    out.reserve(out.size() + text.size());
     size_t i = 0;
     while (i < text.size()) {
         const auto lead = static_cast<unsigned char>(text[i]);
+        if (lead < 0x80) {
+            out.push_back(static_cast<wchar_t>(lead));
+            ++i;
+            continue;
+        }
         const int extra = lead < 0x80 ? 0
             : (lead & 0xE0) == 0xC0   ? 1
             : (lead & 0xF0) == 0xE0   ? 2
@@ -100,7 +111,6 @@ std::wstring FromUtf8(std::string_view text)
         AppendWide(out, cp);
         i += 1 + static_cast<size_t>(taken);
     }
-    return out;
 }
 
 namespace {

@@ -13,6 +13,8 @@ std::string ToUtf8(std::wstring_view text);
 
 // Decodes UTF-8 into wide text; every invalid or truncated sequence becomes one U+FFFD.
 std::wstring FromUtf8(std::string_view text);
+// The same, appended to `out`.
+void AppendFromUtf8(std::wstring& out, std::string_view text);
 
 // The one ordinal comparison of package values: exact, by UTF-16 code units, on every
 // platform. Where wchar_t holds code points, a character above U+FFFF sorts as its surrogate
