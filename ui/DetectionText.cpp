@@ -71,10 +71,41 @@ void AppendValues(std::vector<std::wstring>& arguments, const std::vector<Findin
 
 } // namespace
 
+namespace {
+
+// The format applied without the C library when it inserts texts only ("%ls", "%%"), as most
+// do: a report prints thousands of them. Null when it has any other conversion.
+std::optional<std::wstring> InsertTexts(std::wstring_view format, const std::vector<std::wstring>& arguments)
+{
+    std::wstring text;
+    text.reserve(format.size() + 64);
+    size_t next = 0;
+    for (size_t i = 0; i < format.size(); ++i) {
+        if (format[i] != L'%') {
+            text.push_back(format[i]);
+        } else if (format.substr(i + 1, 1) == L"%") {
+            text.push_back(L'%');
+            ++i;
+        } else if (format.substr(i + 1, 2) == L"ls") {
+            if (next < arguments.size())
+                text += arguments[next];
+            ++next;
+            i += 2;
+        } else {
+            return std::nullopt;
+        }
+    }
+    return text;
+}
+
+} // namespace
+
 std::wstring FormatText(const std::wstring& format, const std::vector<std::wstring>& arguments)
 {
     if (format.empty() || arguments.size() > kMaxArguments)
         return {};
+    if (std::optional<std::wstring> text = InsertTexts(format, arguments); text && text->size() < kMaxTextLength)
+        return std::move(*text);
     // Every argument slot gets a text, so a format that asks for more than it is given reads
     // empty texts rather than whatever lies on the stack.
     const wchar_t* a[kMaxArguments];

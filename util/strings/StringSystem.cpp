@@ -1,6 +1,7 @@
 #include "util/strings/StringSystem.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cwctype>
 #include <utility>
 
@@ -152,6 +153,11 @@ int CompareOrdinal(std::wstring_view a, std::wstring_view b)
     // Equal characters give equal units: start the unit walk where the texts first differ.
     const size_t common = std::min(a.size(), b.size());
     size_t i = 0;
+    // Values of a column share long beginnings (folder paths, GUIDs): pass over them a block at a
+    // time, which compilers do with vector instructions.
+    constexpr size_t kBlock = 8;
+    while (i + kBlock <= common && std::memcmp(a.data() + i, b.data() + i, kBlock * sizeof(wchar_t)) == 0)
+        i += kBlock;
     while (i < common && a[i] == b[i])
         ++i;
     if (i == common)
