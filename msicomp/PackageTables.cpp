@@ -30,9 +30,12 @@ constexpr RootName kRootNames[] = {
 
 MsiTableView ReadComponents(MSIHANDLE database)
 {
-    // Every column, so that each user can tell which of its columns the table has.
+    constexpr const wchar_t* kColumns[] = {L"Component", L"ComponentId", L"Directory_", L"KeyPath", nullptr};
     MsiTableView view(database);
-    view.LoadTable(L"Component", nullptr);
+    // A table without one of them is read whole, so that each user can tell whether it has the
+    // columns it needs.
+    if (!view.LoadTable(L"Component", kColumns) && !view.Loaded())
+        view.LoadTable(L"Component", nullptr);
     return view;
 }
 

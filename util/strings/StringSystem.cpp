@@ -53,6 +53,10 @@ std::string ToUtf8(std::wstring_view text)
     out.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
         auto cp = static_cast<char32_t>(text[i]);
+        if (cp < 0x80) {
+            out.push_back(static_cast<char>(cp));
+            continue;
+        }
         if constexpr (sizeof(wchar_t) == 2) {
             if (cp >= 0xD800 && cp <= 0xDBFF && i + 1 < text.size()) {
                 const auto low = static_cast<char32_t>(text[i + 1]);
