@@ -54,7 +54,15 @@ std::string ToUtf8(std::wstring_view text)
     for (size_t i = 0; i < text.size(); ++i) {
         auto cp = static_cast<char32_t>(text[i]);
         if (cp < 0x80) {
-            out.push_back(static_cast<char>(cp));
+            // A run of ASCII in one append: most text is.
+            size_t end = i + 1;
+            while (end < text.size() && static_cast<char32_t>(text[end]) < 0x80)
+                ++end;
+            const size_t start = out.size();
+            out.resize(start + end - i);
+            for (size_t k = i; k < end; ++k)
+                out[start + k - i] = static_cast<char>(text[k]);
+            i = end - 1;
             continue;
         }
         if constexpr (sizeof(wchar_t) == 2) {
@@ -155,6 +163,9 @@ private:
 int CompareOrdinal(std::wstring_view a, std::wstring_view b)
 {
     // Equal characters give equal units: start the unit walk where the texts first differ.
+    // Rows of one folder or one component view the same text.
+    if (a.data() == b.data() && a.size() == b.size())
+        return 0;
     const size_t common = std::min(a.size(), b.size());
     size_t i = 0;
     // Values of a column share long beginnings (folder paths, GUIDs): pass over them a block at a
