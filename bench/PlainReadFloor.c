@@ -87,7 +87,7 @@ static FieldKind* ColumnKinds(LibmsiQuery* query, guint* count, GError** error)
     FieldKind* kinds = g_new(FieldKind, *count + 1);
     for (guint column = 1; column <= *count; ++column) {
         gchar* type = libmsi_record_get_string(types, column);
-        const char letter = type != NULL ? g_ascii_tolower(type[0]) : 's';
+        const int letter = type != NULL ? g_ascii_tolower(type[0]) : 's';
         kinds[column] = letter == 'i' || letter == 'j' ? FIELD_INTEGER : letter == 'v' ? FIELD_BINARY : FIELD_STRING;
         g_free(type);
     }
