@@ -41,6 +41,7 @@
 #include "core/ExceptionHandling.h"
 
 #include "core/StackWalk_posix.h"
+#include "os/Console.h"
 
 #if defined(__x86_64__) && defined(__linux__)
 
@@ -517,6 +518,9 @@ void kw_finish_fault()
     } catch (...) {
         // The process ends all the same.
     }
+    // _exit runs no exit handlers: the output kept for a file or pipe goes out here.
+    if (ConsoleWriter* console = ConsoleWriter::Existing())
+        console->Flush();
     _exit(ExitStatus(record.code));
 }
 

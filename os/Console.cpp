@@ -27,7 +27,14 @@ ConsoleWriter* ConsoleWriter::Existing() { return g_writer.load(std::memory_orde
 bool ConsoleWriter::Write(std::wstring_view text)
 {
     std::lock_guard lock(mutex_);
-    return console_device::Write(text);
+    const bool written = console_device::Write(text);
+    return console_device::Flush() && written;
+}
+
+bool ConsoleWriter::Flush()
+{
+    std::lock_guard lock(mutex_);
+    return console_device::Flush();
 }
 
 bool ConsoleWriter::WriteLine(std::wstring_view text)

@@ -27,8 +27,10 @@ public:
     // Writes text to the console output stream as it is, and flushes it.
     bool Write(std::wstring_view text);
     // Writes the text and a line break to the console and then to the second sink, if one is
-    // set; true only when every sink took it.
+    // set; true only when every sink took it. Output to a file or a pipe may be kept until the
+    // next Flush (or Write, or error text, or the end of the process).
     bool WriteLine(std::wstring_view text);
+    bool Flush();
     // A second receiver of every line (a log, or a test); an empty function removes it.
     void SetSecondSink(std::function<bool(std::wstring_view)> sink);
 

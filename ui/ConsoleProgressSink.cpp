@@ -57,12 +57,15 @@ void ConsoleProgressSink::StepDone(std::uint32_t)
 {
     stepsDone_ += 1;
     SetProgress(stepsDone_ * kUnitsPerStep);
+    // A package's lines go out together, as soon as it is done.
+    ConsoleWriter::Get().Flush();
 }
 
 void ConsoleProgressSink::ShowMessage(const std::wstring& text)
 {
     if (percentPrefix_ && !text.empty())
         PrintLine(text);
+    ConsoleWriter::Get().Flush();
 }
 
 void ConsoleProgressSink::AdvanceSubStep(double delta)
@@ -82,6 +85,7 @@ void ConsoleProgressSink::Finished(const std::wstring& text, std::uint32_t code)
         PrintLine(text, ConsoleColour::Red);
         SetTaskbarState(TaskbarState::Error);
     }
+    ConsoleWriter::Get().Flush();
 }
 
 void ConsoleProgressSink::ReportLine(const std::wstring& text) { PrintLine(text, ConsoleColour::Green); }

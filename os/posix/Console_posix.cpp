@@ -24,7 +24,12 @@ struct State {
     bool titleSet = false;
     std::uint16_t attribute = kDefaultAttribute;
     char last = '\n'; // the last byte written, so that the output can end on a line break
+    std::mutex pendingLock; // the error stream writes without the console writer's lock
+    std::string pending; // kept by Write for a file or pipe, written by Flush
 };
+
+// How much output is kept before it is written all the same.
+constexpr size_t kPendingLimit = 64 * 1024;
 
 State& Device()
 {
@@ -66,12 +71,26 @@ std::string ToPlatformText(std::wstring_view text)
     return bytes;
 }
 
+// Call with the pending lock held.
+bool WritePending(State& device)
+{
+    const bool written = device.pending.empty() || WriteAll(STDOUT_FILENO, device.pending);
+    device.pending.clear();
+    return written;
+}
+
 bool WriteOutput(const std::string& bytes)
 {
     if (bytes.empty())
         return true;
-    Device().last = bytes.back();
-    return WriteAll(STDOUT_FILENO, bytes);
+    State& device = Device();
+    device.last = bytes.back();
+    // A terminal shows every line as it comes.
+    if (device.terminal)
+        return WriteAll(STDOUT_FILENO, bytes);
+    const std::lock_guard guard(device.pendingLock);
+    device.pending += bytes;
+    return device.pending.size() < kPendingLimit || WritePending(device);
 }
 
 const char* AnsiColour(std::uint16_t attribute)
@@ -88,6 +107,7 @@ const char* AnsiColour(std::uint16_t attribute)
 // The shell's prompt starts on a line of its own, and a terminal gets its title back.
 void AtExit()
 {
+    Flush();
     State& device = Device();
     if (device.last != '\n')
         WriteAll(STDOUT_FILENO, "\n");
@@ -107,13 +127,20 @@ void Open()
 
 bool Write(std::wstring_view text) { return WriteOutput(ToPlatformText(text)); }
 
+bool Flush()
+{
+    State& device = Device();
+    const std::lock_guard guard(device.pendingLock);
+    return WritePending(device);
+}
+
 std::uint16_t GetAttribute() { return Device().attribute; }
 
 void SetAttribute(std::uint16_t attribute)
 {
     State& device = Device();
     if (device.colours && attribute != device.attribute)
-        WriteAll(STDOUT_FILENO, attribute == kDefaultAttribute ? "\x1b[0m" : AnsiColour(attribute));
+        WriteOutput(attribute == kDefaultAttribute ? "\x1b[0m" : AnsiColour(attribute));
     device.attribute = attribute;
 }
 
@@ -127,6 +154,14 @@ void SetTitle(std::wstring_view title)
     device.titleSet = true;
 }
 
-bool WriteError(std::wstring_view text) { return WriteAll(STDERR_FILENO, ToPlatformText(text)); }
+bool WriteError(std::wstring_view text)
+{
+    // What was written to the output before comes before it, unless another thread is writing
+    // it at this moment: an error report never waits.
+    State& device = Device();
+    if (std::unique_lock guard(device.pendingLock, std::try_to_lock); guard.owns_lock())
+        WritePending(device);
+    return WriteAll(STDERR_FILENO, ToPlatformText(text));
+}
 
 } // namespace kw::console_device

@@ -185,6 +185,9 @@ bool Write(std::wstring_view text)
     return WriteTo(OutputHandle(), text);
 }
 
+// Every text is written as it comes: nothing is kept.
+bool Flush() { return true; }
+
 std::uint16_t GetAttribute()
 {
     CONSOLE_SCREEN_BUFFER_INFO info{};
