@@ -391,8 +391,11 @@ const std::vector<KeyedRow>& RulePackage::Sorted(View view)
                 keyed.key[k] = &keyed.row[order.keys[k]];
             sorted.push_back(keyed);
         }
-        // Stable: rows of equal keys keep table order, so findings are the same on every run.
-        std::stable_sort(sorted.begin(), sorted.end(), KeyLess);
+        // Rows of equal keys keep table order, so findings are the same on every run.
+        std::sort(sorted.begin(), sorted.end(), [](const KeyedRow& a, const KeyedRow& b) {
+            const int byKeys = CompareKeys(a, b);
+            return byKeys != 0 ? byKeys < 0 : a.row.Precedes(b.row);
+        });
         return sorted;
     });
 }

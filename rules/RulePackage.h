@@ -122,6 +122,8 @@ public:
     Row(RowSet set, const std::wstring_view* values) : values_(values), set_(set) { }
 
     RowSet Set() const { return set_; }
+    // Whether this row comes before the other of its table.
+    bool Precedes(const Row& other) const { return values_ < other.values_; }
     // The row's value of a column its set has.
     const std::wstring_view& operator[](Column column) const
     {

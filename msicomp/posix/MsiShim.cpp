@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,7 +39,7 @@ struct Field {
     std::size_t offset = 0; // of a string's text in its record's text
     std::size_t length = 0;
     // A stream's bytes are read from libmsi at their first use; reads go on from `position`.
-    std::optional<std::string> bytes;
+    std::unique_ptr<std::string> bytes; // held apart: a record has a field for every column
     std::size_t position = 0;
 };
 
@@ -410,7 +411,7 @@ UINT MsiRecordReadStream(MSIHANDLE record, UINT field, char* buffer, DWORD* size
         std::string bytes;
         if (!ReadWholeStream(found->source.Get(), field, bytes))
             return ERROR_FUNCTION_FAILED;
-        value.bytes = std::move(bytes);
+        value.bytes = std::make_unique<std::string>(std::move(bytes));
     }
     // Without a buffer: the whole stream's size, however much of it has been read.
     if (buffer == nullptr) {
