@@ -37,6 +37,7 @@ std::shared_ptr<HandleObject> HandleTable::Remove(MSIHANDLE handle)
         return nullptr;
     std::shared_ptr<HandleObject> object = std::move(found->second);
     shard.objects.erase(found);
+    object->closed_.store(true, std::memory_order_release);
     return object;
 }
 

@@ -26,9 +26,13 @@ public:
     HandleObject& operator=(const HandleObject&) = delete;
 
     HandleKind Kind() const { return kind_; }
+    // Whether its handle has been closed: set when the table lets it go.
+    bool Closed() const { return closed_.load(std::memory_order_acquire); }
 
 private:
+    friend class HandleTable;
     HandleKind kind_;
+    std::atomic<bool> closed_{false};
 };
 
 class HandleTable {

@@ -89,6 +89,8 @@ public:
     {
         const guint count = libmsi_record_get_field_count(source.Get());
         fields.resize(count + 1);
+        constexpr size_t kTypicalText = 32; // characters a field
+        text.reserve(count * kTypicalText);
         for (guint column = 1; column <= count; ++column) {
             if (libmsi_record_is_null(source.Get(), column))
                 continue;
@@ -118,6 +120,21 @@ public:
     const GObjectPtr<LibmsiDatabase> database;
     const GObjectPtr<LibmsiSummaryInfo> information;
 };
+
+// The record a thread asked for last: reading a record's fields one after another finds it in
+// the table once. A record whose handle was closed since, by any thread, is looked up again and
+// so refused as any closed handle is.
+thread_local MSIHANDLE tLastRecordHandle = 0;
+thread_local std::shared_ptr<Record> tLastRecord;
+
+std::shared_ptr<Record>* FindRecord(MSIHANDLE record)
+{
+    if (record == 0 || record != tLastRecordHandle || !tLastRecord || tLastRecord->Closed()) {
+        tLastRecord = Handles().Find<Record>(record);
+        tLastRecordHandle = tLastRecord ? record : 0;
+    }
+    return tLastRecord ? &tLastRecord : nullptr;
+}
 
 template <class T> GObjectPtr<T> Reference(T* object) { return GObjectPtr<T>(static_cast<T*>(g_object_ref(object))); }
 
@@ -346,13 +363,15 @@ UINT MsiViewGetColumnInfo(MSIHANDLE view, MSICOLINFO kind, MSIHANDLE* record)
 
 UINT MsiRecordGetFieldCount(MSIHANDLE record)
 {
-    const auto found = Handles().Find<Record>(record);
+    const std::shared_ptr<Record>* const cached = FindRecord(record);
+    Record* const found = cached != nullptr ? cached->get() : nullptr;
     return found ? static_cast<UINT>(found->fields.size() - 1) : static_cast<UINT>(-1);
 }
 
 UINT MsiRecordGetStringW(MSIHANDLE record, UINT field, LPWSTR buffer, DWORD* size)
 {
-    const auto found = Handles().Find<Record>(record);
+    const std::shared_ptr<Record>* const cached = FindRecord(record);
+    Record* const found = cached != nullptr ? cached->get() : nullptr;
     if (!found)
         return ERROR_INVALID_HANDLE;
     if (size == nullptr)
@@ -380,7 +399,8 @@ UINT MsiRecordGetStringW(MSIHANDLE record, UINT field, LPWSTR buffer, DWORD* siz
 
 int MsiRecordGetInteger(MSIHANDLE record, UINT field)
 {
-    const auto found = Handles().Find<Record>(record);
+    const std::shared_ptr<Record>* const cached = FindRecord(record);
+    Record* const found = cached != nullptr ? cached->get() : nullptr;
     if (!found || field >= found->fields.size())
         return MSI_NULL_INTEGER;
     const Field& value = found->fields[field];
@@ -395,7 +415,8 @@ int MsiRecordGetInteger(MSIHANDLE record, UINT field)
 
 UINT MsiRecordReadStream(MSIHANDLE record, UINT field, char* buffer, DWORD* size)
 {
-    const auto found = Handles().Find<Record>(record);
+    const std::shared_ptr<Record>* const cached = FindRecord(record);
+    Record* const found = cached != nullptr ? cached->get() : nullptr;
     if (!found)
         return ERROR_INVALID_HANDLE;
     if (size == nullptr || field >= found->fields.size())
@@ -515,6 +536,10 @@ UINT MsiCloseHandle(MSIHANDLE handle)
 {
     if (handle == 0)
         return ERROR_SUCCESS;
+    if (handle == tLastRecordHandle) {
+        tLastRecordHandle = 0;
+        tLastRecord.reset();
+    }
     // The object ends here, outside the table's locks, unless a call still uses it.
     return Handles().Remove(handle) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }

@@ -84,6 +84,7 @@ std::string ToUtf8(std::wstring_view text)
 std::wstring FromUtf8(std::string_view text)
 {
     std::wstring out;
+    out.reserve(text.size());
     AppendFromUtf8(out, text);
     return out;
 }
@@ -91,7 +92,8 @@ std::wstring FromUtf8(std::string_view text)
 void AppendFromUtf8(std::wstring& out, std::string_view text)
 {
     static constexpr char32_t kMinimum[] = {0, 0x80, 0x800, 0x10000};
-    out.reserve(out.size() + text.size());
+    // No reserve of the exact size here: appending one text after another, it would reallocate
+    // every time instead of growing geometrically.
     size_t i = 0;
     while (i < text.size()) {
         const auto lead = static_cast<unsigned char>(text[i]);
