@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
@@ -62,7 +63,10 @@ struct JoinedRow {
     size_t component;
     size_t second; // 0 without a second table
     size_t row;
-    auto operator<=>(const JoinedRow&) const = default;
+    bool operator<(const JoinedRow& other) const
+    {
+        return std::tie(component, second, row) < std::tie(other.component, other.second, other.row);
+    }
 };
 
 // A package's Component table, read once, for the rows that name a component: they are joined

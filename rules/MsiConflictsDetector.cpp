@@ -378,7 +378,9 @@ FindingList ModuleSuppliedEntries(PackagePair& pair)
     for (const KeyedRow& a : pair.Common(View::RegistryByRootKey, View::RegistryByRootKey)) {
         const std::wstring rootKey(*a.key[0]);
         const std::wstring name(*a.key[1]);
-        check(L"Registry", a, pair.FirstMatch(View::RegistryByRootKey, a), rootKey + L" [" + name + L"]",
+        std::wstring entry = rootKey;
+        entry.append(L" [").append(name).append(L"]");
+        check(L"Registry", a, pair.FirstMatch(View::RegistryByRootKey, a), entry,
             modules.SupplyingRegistry(rootKey, name));
     }
     return findings.Take();

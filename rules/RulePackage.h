@@ -96,8 +96,8 @@ constexpr size_t Width(RowSet set) { return kWidths[static_cast<size_t>(set)]; }
 // By RowSet and Column: the index of the column in the set's rows, or the set's width when
 // the set has no such column. Worked out once, when the program is compiled.
 inline constexpr auto kPositions = [] {
-    constexpr size_t kSets = static_cast<size_t>(RowSet::Count);
-    constexpr size_t kColumns = static_cast<size_t>(Column::Count);
+    constexpr auto kSets = static_cast<size_t>(RowSet::Count);
+    constexpr auto kColumns = static_cast<size_t>(Column::Count);
     std::array<std::array<std::uint8_t, kColumns>, kSets> positions{};
     for (size_t set = 0; set < kSets; ++set) {
         const size_t width = Width(static_cast<RowSet>(set));

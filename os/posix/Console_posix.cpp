@@ -29,7 +29,7 @@ struct State {
 };
 
 // How much output is kept before it is written all the same.
-constexpr size_t kPendingLimit = 64 * 1024;
+constexpr size_t kPendingLimit = size_t{64} * 1024;
 
 State& Device()
 {

@@ -8,7 +8,7 @@ namespace {
 
 // Blocks start small, for the many tables of a few rows, and double up to this size.
 constexpr size_t kFirstBlock = 256;
-constexpr size_t kLargestBlock = 64 * 1024;
+constexpr size_t kLargestBlock = size_t{64} * 1024;
 
 } // namespace
 
