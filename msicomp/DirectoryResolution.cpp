@@ -66,6 +66,12 @@ ShortLongName SplitShortLong(std::wstring_view text)
     return {std::wstring(text.substr(0, bar)), std::wstring(text.substr(bar + 1))};
 }
 
+std::wstring_view LongName(std::wstring_view text)
+{
+    const size_t bar = text.find(L'|');
+    return bar == std::wstring_view::npos ? text : text.substr(bar + 1);
+}
+
 ParsedDefaultDir ParseDefaultDir(std::wstring_view defaultDir)
 {
     const size_t colon = defaultDir.find(L':');

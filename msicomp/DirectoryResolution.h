@@ -19,6 +19,8 @@ struct ParsedDefaultDir {
 
 // "SHORT|Long Name": the short name is empty when there is no bar.
 ShortLongName SplitShortLong(std::wstring_view text);
+// The long name alone, as a view of the text: the part after "|", or the whole text.
+std::wstring_view LongName(std::wstring_view text);
 // "target:source", each a short/long pair; without a colon both parts are the whole text.
 ParsedDefaultDir ParseDefaultDir(std::wstring_view defaultDir);
 

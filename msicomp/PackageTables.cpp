@@ -41,12 +41,6 @@ MsiTableView ReadComponents(MSIHANDLE database)
 
 } // namespace
 
-std::wstring_view LongName(std::wstring_view fileName)
-{
-    const size_t bar = fileName.find(L'|');
-    return bar == std::wstring_view::npos ? fileName : fileName.substr(bar + 1);
-}
-
 std::wstring FilePath(std::wstring_view folder, std::wstring_view longName)
 {
     std::wstring path;

@@ -23,9 +23,6 @@ struct TextHash {
     size_t operator()(std::wstring_view text) const { return std::hash<std::wstring_view>()(text); }
 };
 
-// The long name of a stored file name: the part after "|", or the whole text without one.
-std::wstring_view LongName(std::wstring_view fileName);
-
 // A file's full path: its folder's full path, "\", its long name.
 std::wstring FilePath(std::wstring_view folder, std::wstring_view longName);
 

@@ -95,17 +95,10 @@ constexpr RowSetSource kRowSetSources[] = {
 };
 static_assert(std::size(kRowSetSources) == static_cast<size_t>(RowSet::Count));
 
-constexpr bool Equal(const wchar_t* a, const wchar_t* b)
-{
-    while (*a != L'\0' && *a == *b)
-        ++a, ++b;
-    return *a == *b;
-}
-
 constexpr bool Selects(const wchar_t* const* columns, const wchar_t* name)
 {
     for (; columns != nullptr && *columns != nullptr; ++columns) {
-        if (Equal(*columns, name))
+        if (std::wstring_view(*columns) == name)
             return true;
     }
     return false;

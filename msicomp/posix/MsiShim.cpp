@@ -127,13 +127,14 @@ public:
 thread_local MSIHANDLE tLastRecordHandle = 0;
 thread_local std::shared_ptr<Record> tLastRecord;
 
-std::shared_ptr<Record>* FindRecord(MSIHANDLE record)
+// The record of an open handle, else null; the thread keeps it alive until it asks for another.
+Record* FindRecord(MSIHANDLE record)
 {
     if (record == 0 || record != tLastRecordHandle || !tLastRecord || tLastRecord->Closed()) {
         tLastRecord = Handles().Find<Record>(record);
         tLastRecordHandle = tLastRecord ? record : 0;
     }
-    return tLastRecord ? &tLastRecord : nullptr;
+    return tLastRecord.get();
 }
 
 template <class T> GObjectPtr<T> Reference(T* object) { return GObjectPtr<T>(static_cast<T*>(g_object_ref(object))); }
@@ -363,15 +364,13 @@ UINT MsiViewGetColumnInfo(MSIHANDLE view, MSICOLINFO kind, MSIHANDLE* record)
 
 UINT MsiRecordGetFieldCount(MSIHANDLE record)
 {
-    const std::shared_ptr<Record>* const cached = FindRecord(record);
-    Record* const found = cached != nullptr ? cached->get() : nullptr;
+    Record* const found = FindRecord(record);
     return found ? static_cast<UINT>(found->fields.size() - 1) : static_cast<UINT>(-1);
 }
 
 UINT MsiRecordGetStringW(MSIHANDLE record, UINT field, LPWSTR buffer, DWORD* size)
 {
-    const std::shared_ptr<Record>* const cached = FindRecord(record);
-    Record* const found = cached != nullptr ? cached->get() : nullptr;
+    Record* const found = FindRecord(record);
     if (!found)
         return ERROR_INVALID_HANDLE;
     if (size == nullptr)
@@ -399,8 +398,7 @@ UINT MsiRecordGetStringW(MSIHANDLE record, UINT field, LPWSTR buffer, DWORD* siz
 
 int MsiRecordGetInteger(MSIHANDLE record, UINT field)
 {
-    const std::shared_ptr<Record>* const cached = FindRecord(record);
-    Record* const found = cached != nullptr ? cached->get() : nullptr;
+    Record* const found = FindRecord(record);
     if (!found || field >= found->fields.size())
         return MSI_NULL_INTEGER;
     const Field& value = found->fields[field];
@@ -415,8 +413,7 @@ int MsiRecordGetInteger(MSIHANDLE record, UINT field)
 
 UINT MsiRecordReadStream(MSIHANDLE record, UINT field, char* buffer, DWORD* size)
 {
-    const std::shared_ptr<Record>* const cached = FindRecord(record);
-    Record* const found = cached != nullptr ? cached->get() : nullptr;
+    Record* const found = FindRecord(record);
     if (!found)
         return ERROR_INVALID_HANDLE;
     if (size == nullptr || field >= found->fields.size())

@@ -58,10 +58,7 @@ std::string ToUtf8(std::wstring_view text)
             size_t end = i + 1;
             while (end < text.size() && static_cast<char32_t>(text[end]) < 0x80)
                 ++end;
-            const size_t start = out.size();
-            out.resize(start + end - i);
-            for (size_t k = i; k < end; ++k)
-                out[start + k - i] = static_cast<char>(text[k]);
+            out.append(text.begin() + static_cast<std::ptrdiff_t>(i), text.begin() + static_cast<std::ptrdiff_t>(end));
             i = end - 1;
             continue;
         }
